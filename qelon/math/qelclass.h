@@ -1,0 +1,100 @@
+#pragma once
+// Value properties: small owned sub-objects (vectors, directions, normals,
+// colours) that notify their owner when they change and exchange themselves
+// with scene files.
+#include <array>
+#include <string>
+
+#include "qelon/math/qelmath.h"
+#include "qelon/platform/qelcomponent.h"
+
+class IQelExchange;
+class TXMLTag;
+
+// Library-wide tolerance for position equality.
+extern const float tolerance;
+
+class TQelProperty : public TPersistent {
+  QEL_CLASS(TQelProperty)
+public:
+  TQelProperty();
+  TNotifyEvent OnChange;
+
+  virtual void Clear();
+  // Exchange with scene files; the exchange module gives these their bodies.
+  virtual void WriteComp(IQelExchange* exchange, const std::string& name) {}
+  virtual void WriteValues(IQelExchange* exchange) {}
+  virtual void ReadComp(IQelExchange* exchange, TXMLTag* tag) {}
+  virtual void ReadValues(IQelExchange* exchange, TXMLTag* tag) {}
+  virtual void ReadRef(IQelExchange* exchange) {}
+  virtual void Changed();
+  void Assign(TPersistent* Source) override;
+};
+
+class TQelRenderProperty : public TQelProperty {
+  QEL_CLASS(TQelRenderProperty)
+public:
+  virtual void Render() {}
+};
+
+class TQelVector : public TQelProperty {
+  QEL_CLASS(TQelVector)
+public:
+  TQelVector();
+  float GetX() const { return x_; }
+  float GetY() const { return y_; }
+  float GetZ() const { return z_; }
+  virtual void SetX(float v);
+  virtual void SetY(float v);
+  virtual void SetZ(float v);
+  void SetValues(float x, float y, float z);
+  void incX(float delta) { SetX(x_ + delta); }
+  void incY(float delta) { SetY(y_ + delta); }
+  void incZ(float delta) { SetZ(z_ + delta); }
+  TQelMathVector GetAsMathVector() const { return {x_, y_, z_}; }
+  void SetAsMathVector(const TQelMathVector& v);
+  void Clear() override;
+  void Assign(TPersistent* Source) override;
+
+protected:
+  float x_ = 0, y_ = 0, z_ = 0;
+};
+
+// A vector whose components each lie in -1..1.
+class TQelDirection : public TQelVector {
+  QEL_CLASS(TQelDirection)
+public:
+  TQelDirection();
+  void SetX(float v) override;
+  void SetY(float v) override;
+  void SetZ(float v) override;
+  void Clear() override;
+};
+
+class TQelNormal : public TQelDirection {
+  QEL_CLASS(TQelNormal)
+public:
+  void Normalize();
+};
+
+class TQelColor : public TQelProperty {
+  QEL_CLASS(TQelColor)
+public:
+  TQelColor();
+  TColor GetColor() const { return color_; }
+  void SetColor(TColor c);
+  float GetAlpha() const { return alpha_; }
+  void SetAlpha(float a);
+  // Red, green, blue as byte / 255 and alpha, the form glColor4fv takes.
+  void GetParams(float (&params)[4]) const;
+  std::array<float, 4> GetParams() const;
+  // Stores without range check and without notification; callers that need
+  // a repaint call Changed themselves.
+  void SetParams(float r, float g, float b, float a);
+  void Clear() override;
+  void Assign(TPersistent* Source) override;
+
+private:
+  TColor color_ = 0xFFFFFF;
+  float alpha_ = 1.0f;
+};

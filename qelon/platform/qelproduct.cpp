@@ -1,0 +1,4 @@
+#include "qelproduct.h"
+
+std::string QelProductName() { return "Qelon"; }
+std::string QelProductVersion() { return QELON_VERSION; }
