@@ -68,9 +68,10 @@ void TXMLParser::execute(TObject* Sender) {
   // never move the text under the cursor.
   std::string work;
   work.swap(buffer_);
-  work.push_back('\0');
-  const char* const start = work.data();
-  const double size = static_cast<double>(work.size());
+  // The string's own terminating zero ends the text: appending one would
+  // copy the whole buffer whenever it is full. It counts in the size.
+  const char* const start = work.c_str();
+  const double size = static_cast<double>(work.size() + 1);
   const char* cursor = start;
   state_ = stDefault;
   int32_t untilProgress = kProgressStep;
@@ -178,31 +179,38 @@ void TXMLParser::Param(char ch) {
         text_.clear();
       break;
     case '"':
-      if (counter_ == 0) {
+      if (counter_ == 0)
         counter_ = 1;
-      } else {
-        counter_ = 0;
-        AddLine(paramList_, text_);
-        atParam();
-      }
+      else
+        ParamRead();
       break;
     case '/':
     case '>':
-      // The last attribute was already added at its closing quote and is
-      // added again here; readers look attributes up by name.
-      if (!text_.empty()) {
-        AddLine(paramList_, text_);
-        current_->Params = paramList_;
-        atParam();
-        atTag(ch);
-      }
-      state_ = ch == '/' ? stCloseTag : stValue;
-      paramList_.clear();
-      ClearText();
+      ParamsEnd(ch);
       break;
     default:
       text_.push_back(ch);
   }
+}
+
+void TXMLParser::ParamRead() {
+  counter_ = 0;
+  AddLine(paramList_, text_);
+  atParam();
+}
+
+void TXMLParser::ParamsEnd(char ch) {
+  // The last attribute was already added at its closing quote and is
+  // added again here; readers look attributes up by name.
+  if (!text_.empty()) {
+    AddLine(paramList_, text_);
+    current_->Params = paramList_;
+    atParam();
+    atTag(ch);
+  }
+  state_ = ch == '/' ? stCloseTag : stValue;
+  paramList_.clear();
+  ClearText();
 }
 
 void TXMLParser::Special(char ch) {

@@ -89,13 +89,15 @@ public:
   TXMLProgressEvent OnProgress;
 
 protected:
-  // One step per state, run on the character under the cursor.
-  void OpenTag(char ch);
-  void CloseTag(char ch);
-  void Value(char ch);
-  void Param(char ch);
-  void Special(char ch);
-  void Comment(char ch);
+  // One step per state, run on the character under the cursor. They bind
+  // inside the library (protected visibility) so that the loop of execute
+  // can inline them; they are still callable from outside.
+  [[gnu::visibility("protected")]] void OpenTag(char ch);
+  [[gnu::visibility("protected")]] void CloseTag(char ch);
+  [[gnu::visibility("protected")]] void Value(char ch);
+  [[gnu::visibility("protected")]] void Param(char ch);
+  [[gnu::visibility("protected")]] void Special(char ch);
+  [[gnu::visibility("protected")]] void Comment(char ch);
 
   // One firing routine per event; each does nothing while unassigned.
   void atTag(char ch);
@@ -109,6 +111,9 @@ protected:
 
 private:
   void LoadBuffer();
+  // The rare transitions of Param, kept apart so that Param stays small.
+  void ParamRead();
+  void ParamsEnd(char ch);
   void FireTagEvent(const TTagEvent& Event);
   void Append(char ch) { text_.push_back(ch); ++counter_; }
   void ClearText() { text_.clear(); counter_ = 0; }
