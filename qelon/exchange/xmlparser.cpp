@@ -186,7 +186,11 @@ void TXMLParser::Param(char ch) {
       break;
     case '/':
     case '>':
-      ParamsEnd(ch);
+      // Inside quotes they are part of the value (file names hold slashes).
+      if (counter_ != 0)
+        text_.push_back(ch);
+      else
+        ParamsEnd(ch);
       break;
     default:
       text_.push_back(ch);

@@ -106,15 +106,16 @@ TEST(XMLParser, AttributeTextIsRawAndOnlyDoubleQuotesDelimit) {
             }));
 }
 
-TEST(XMLParser, SlashOrGreaterThanEndsTheAttributesEvenInsideQuotes) {
-  // Values the exchange writes hold neither; the parser does not guard them.
-  EXPECT_EQ(Parse("<r><a f=\"x/y\"></r>"), Lines({
+TEST(XMLParser, SlashAndGreaterThanInsideQuotesBelongToTheValue) {
+  // File names in saved scenes hold slashes.
+  EXPECT_EQ(Parse("<r><a f=\"x/y>z\"/></r>"), Lines({
                                                 "OnTagName r",
                                                 "OnTag r",
                                                 "OnValue r: ",
                                                 "OnTagName a",
-                                                "OnParam a: f=x",
-                                                "OnTag a [f=x\\r\\n]",
+                                                "OnParam a: f=x/y>z",
+                                                "OnParam a: f=x/y>z",
+                                                "OnTag a [f=x/y>z\\r\\nf=x/y>z\\r\\n]",
                                                 "OnEndTag a",
                                                 "OnValue r: ",
                                                 "OnEndTag r",
