@@ -6,3 +6,4 @@
 #include "qelon/platform/qelset.h"
 #include "qelon/math/qelmath.h"
 #include "qelon/math/qelclass.h"
+#include "qelon/geometry/qelprimclasses.h"
