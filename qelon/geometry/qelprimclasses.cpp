@@ -72,8 +72,10 @@ void TQelPrimitivePoints::SetSize(int32_t n) {
   if (defineArrays_.Contains(daNormal)) Reallocate(normal_, 3 * points);
   if (defineArrays_.Contains(daTexture)) Reallocate(texture_, 3 * points);
   if (defineArrays_.Contains(daColor)) Reallocate(color_, 4 * points);
-  // A new point is an edge until told otherwise, as in OpenGL.
-  if (defineArrays_.Contains(daEdgeFlag)) Reallocate(edgeFlag_, points, uint8_t(255));
+  // A new point is an edge until told otherwise. The fill is GL_TRUE rather
+  // than 255: some drivers take only GL_TRUE from an edge-flag array as an
+  // edge, and readers of the store count any byte above 0 as one.
+  if (defineArrays_.Contains(daEdgeFlag)) Reallocate(edgeFlag_, points, uint8_t(GL_TRUE));
   if (defineArrays_.Contains(daFlag)) Reallocate(flag_, points);
   size_ = n;
   count_ = std::min(count_, n);
