@@ -4,6 +4,7 @@
 
 #include <qelon/qelon.h>
 
+#include <ostream>
 #include <vector>
 
 namespace {
@@ -132,6 +133,8 @@ struct Conversion {
   Ints expected;
 };
 
+void PrintTo(const Conversion& c, std::ostream* os) { *os << c.from << " to " << c.to; }
+
 class SetTypeCase : public ::testing::TestWithParam<Conversion> {};
 
 TEST_P(SetTypeCase, GivesTheListedIndices) {
@@ -205,6 +208,8 @@ struct Inversion {
   Ints indices;
   Ints expected;
 };
+
+void PrintTo(const Inversion& c, std::ostream* os) { *os << "type " << c.type; }
 
 class InvertCase : public ::testing::TestWithParam<Inversion> {};
 
