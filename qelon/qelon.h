@@ -6,4 +6,5 @@
 #include "qelon/platform/qelset.h"
 #include "qelon/math/qelmath.h"
 #include "qelon/math/qelclass.h"
+#include "qelon/geometry/qelprimclasses.h"
 #include "qelon/exchange/xmlparser.h"

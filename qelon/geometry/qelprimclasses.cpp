@@ -1,0 +1,730 @@
+#include "qelprimclasses.h"
+
+#include <GL/gl.h>
+
+#include <algorithm>
+#include <cfloat>
+#include <cmath>
+#include <cstring>
+#include <utility>
+
+const char* const TQelArrayStr[6] = {"daVertex", "daNormal", "daTexture",
+                                     "daColor",  "daEdgeFlag", "daFlag"};
+
+namespace {
+
+// Resizes one attribute or index array to n entries. The allocation grows
+// geometrically underneath, so that the linear growth of Size by 120 costs
+// amortised constant time per append even for millions of points; new
+// entries are filled (never left uninitialised).
+template <typename T>
+void Reallocate(std::vector<T>& v, size_t n, T fill = T()) {
+  if (n == 0) {
+    std::vector<T>().swap(v);
+    return;
+  }
+  if (n > v.capacity()) v.reserve(std::max(n, 2 * v.capacity()));
+  v.resize(n, fill);
+}
+
+// Positions compare in single precision, the precision of the tolerance
+// itself: coordinates exactly 0.001 apart are not equal.
+bool WithinTolerance(double a, double b) {
+  double d = std::fabs(a - b);
+  return d < 1.0 && static_cast<float>(d) < tolerance;
+}
+
+// Double to float without the undefined conversion of values beyond range.
+float ToFloat(double v) {
+  if (v > FLT_MAX) return HUGE_VALF;
+  if (v < -FLT_MAX) return -HUGE_VALF;
+  return static_cast<float>(v);
+}
+
+// Makes dst hold src's values, notifying only when they differ.
+void CopyVector(TQelVector& dst, const TQelVector* src) {
+  if (src && dst.GetAsMathVector() != src->GetAsMathVector())
+    dst.SetAsMathVector(src->GetAsMathVector());
+}
+
+constexpr TQelArray kVectorKinds[3] = {daVertex, daNormal, daTexture};
+
+}  // namespace
+
+// --- TQelPrimitivePoints -----------------------------------------------------
+
+TQelPrimitivePoints::TQelPrimitivePoints() = default;
+
+std::vector<double>* TQelPrimitivePoints::VectorArray(int32_t kind) {
+  return const_cast<std::vector<double>*>(std::as_const(*this).VectorArray(kind));
+}
+
+const std::vector<double>* TQelPrimitivePoints::VectorArray(int32_t kind) const {
+  if (kind < 0 || kind > 2 || !HasArray(kVectorKinds[kind])) return nullptr;
+  const std::vector<double>* arrays[3] = {&vertex_, &normal_, &texture_};
+  return arrays[kind];
+}
+
+void TQelPrimitivePoints::SetSize(int32_t n) {
+  if (n < 0) return;
+  const size_t points = static_cast<size_t>(n);
+  if (defineArrays_.Contains(daVertex)) Reallocate(vertex_, 3 * points);
+  if (defineArrays_.Contains(daNormal)) Reallocate(normal_, 3 * points);
+  if (defineArrays_.Contains(daTexture)) Reallocate(texture_, 3 * points);
+  if (defineArrays_.Contains(daColor)) Reallocate(color_, 4 * points);
+  // A new point is an edge until told otherwise. The fill is GL_TRUE rather
+  // than 255: some drivers take only GL_TRUE from an edge-flag array as an
+  // edge, and readers of the store count any byte above 0 as one.
+  if (defineArrays_.Contains(daEdgeFlag)) Reallocate(edgeFlag_, points, uint8_t(GL_TRUE));
+  if (defineArrays_.Contains(daFlag)) Reallocate(flag_, points);
+  size_ = n;
+  count_ = std::min(count_, n);
+}
+
+void TQelPrimitivePoints::SetCount(int32_t n) {
+  if (n < 0) return;
+  SetSize(n);
+  count_ = n;
+}
+
+void TQelPrimitivePoints::SetDefineArrays(TQelArrays arrays) {
+  const bool differs = arrays != defineArrays_;
+  // Arrays leaving the set keep their storage but are absent until they
+  // are defined again; then SetSize brings them to the current Size.
+  defineArrays_ = arrays;
+  SetSize(size_);
+  if (differs) Changed();
+}
+
+void TQelPrimitivePoints::SetUseArrays(TQelArrays arrays) {
+  if (arrays == useArrays_) return;
+  useArrays_ = arrays;
+  Changed();
+}
+
+void TQelPrimitivePoints::ClearArrays(TQelArrays arrays) {
+  auto zero = [&](TQelArray a, auto& v) {
+    if (arrays.Contains(a) && HasArray(a)) std::fill(v.begin(), v.end(), 0);
+  };
+  zero(daVertex, vertex_);
+  zero(daNormal, normal_);
+  zero(daTexture, texture_);
+  zero(daColor, color_);
+  zero(daEdgeFlag, edgeFlag_);
+  zero(daFlag, flag_);
+}
+
+int32_t TQelPrimitivePoints::Grow() {
+  if (size_ - 1 < count_) SetSize(size_ + GrowStep);
+  return count_++;
+}
+
+int32_t TQelPrimitivePoints::Add(double x, double y, double z) {
+  if (!defineArrays_.Contains(daVertex)) return -1;
+  const int32_t i = Grow();
+  double* p = &vertex_[3 * static_cast<size_t>(i)];
+  p[0] = x;
+  p[1] = y;
+  p[2] = z;
+  return i;
+}
+
+int32_t TQelPrimitivePoints::Add(const TQelMathVector& position, const TQelMathVector& normal,
+                                 const TQelMathVector& texture) {
+  const int32_t i = Grow();
+  const TQelMathVector* values[3] = {&position, &normal, &texture};
+  for (int32_t kind = 0; kind < 3; ++kind)
+    if (std::vector<double>* a = VectorArray(kind)) {
+      double* p = &(*a)[3 * static_cast<size_t>(i)];
+      p[0] = values[kind]->x;
+      p[1] = values[kind]->y;
+      p[2] = values[kind]->z;
+    }
+  return i;
+}
+
+int32_t TQelPrimitivePoints::Add(const TQelPointItem* item) {
+  if (!item) return -1;
+  const int32_t i = Grow();
+  SetPoint(i, item);
+  return i;
+}
+
+int32_t TQelPrimitivePoints::Add(const TQelPrimitivePoints* other) {
+  if (!other) return -1;
+  const int32_t first = count_;
+  const int32_t n = other->count_;  // read before growing: other may be this
+  if (n <= 0) return first;
+  const int32_t total = first + n;
+  // The capacity the point-by-point appends would have reached.
+  if (size_ < total) SetSize(size_ + (total - size_ + GrowStep - 1) / GrowStep * GrowStep);
+  auto copy = [&](TQelArray a, auto& dst, const auto& src, size_t width) {
+    if (HasArray(a) && other->HasArray(a))
+      std::memmove(&dst[width * first], src.data(), width * n * sizeof(dst[0]));
+  };
+  copy(daVertex, vertex_, other->vertex_, 3);
+  copy(daNormal, normal_, other->normal_, 3);
+  copy(daTexture, texture_, other->texture_, 3);
+  copy(daColor, color_, other->color_, 4);
+  copy(daEdgeFlag, edgeFlag_, other->edgeFlag_, 1);
+  copy(daFlag, flag_, other->flag_, 1);
+  count_ = total;
+  return first;
+}
+
+void TQelPrimitivePoints::Delete(int32_t start, int32_t n) {
+  // A negative start would move memory before the arrays: ignored.
+  if (start < 0) return;
+  n = std::min(n, count_ - start);
+  if (n <= 0) return;
+  auto shift = [&](TQelArray a, auto& v, size_t width) {
+    if (!HasArray(a)) return;
+    auto from = v.begin() + width * (start + n);
+    std::copy(from, v.begin() + width * count_, v.begin() + width * start);
+  };
+  shift(daVertex, vertex_, 3);
+  shift(daNormal, normal_, 3);
+  shift(daTexture, texture_, 3);
+  shift(daColor, color_, 4);
+  shift(daEdgeFlag, edgeFlag_, 1);
+  shift(daFlag, flag_, 1);
+  count_ -= n;
+}
+
+void TQelPrimitivePoints::GetPoint(int32_t i, TQelPointItem* item) const {
+  if (!item || i < 0 || i >= size_) return;
+  const size_t k = static_cast<size_t>(i);
+  if (HasArray(daVertex)) item->GetPoint()->SetAsMathVector(GetVector(i, 0));
+  if (HasArray(daNormal)) item->GetNormal()->SetAsMathVector(GetVector(i, 1));
+  if (HasArray(daTexture)) item->GetTexture()->SetAsMathVector(GetVector(i, 2));
+  if (HasArray(daColor)) {
+    const float* c = &color_[4 * k];
+    item->GetColor()->SetParams(c[0], c[1], c[2], c[3]);
+    item->Changed();
+  }
+  if (HasArray(daEdgeFlag)) item->SetEdgeFlag(edgeFlag_[k] > 0);
+  if (HasArray(daFlag)) item->SetFlag(flag_[k]);
+}
+
+void TQelPrimitivePoints::SetPoint(int32_t i, const TQelPointItem* item) {
+  if (!item || i < 0 || i >= size_) return;
+  const size_t k = static_cast<size_t>(i);
+  const TQelVector* parts[3] = {item->GetPoint(), item->GetNormal(), item->GetTexture()};
+  for (int32_t kind = 0; kind < 3; ++kind)
+    if (std::vector<double>* a = VectorArray(kind)) {
+      double* p = &(*a)[3 * k];
+      p[0] = parts[kind]->GetX();
+      p[1] = parts[kind]->GetY();
+      p[2] = parts[kind]->GetZ();
+    }
+  if (HasArray(daColor)) {
+    const std::array<float, 4> c = item->GetColor()->GetParams();
+    std::copy(c.begin(), c.end(), color_.begin() + 4 * k);
+  }
+  if (HasArray(daEdgeFlag)) edgeFlag_[k] = item->GetEdgeFlag() ? 255 : 0;
+  if (HasArray(daFlag)) flag_[k] = static_cast<uint8_t>(item->GetFlag() & 0xFF);
+}
+
+TQelMathVector TQelPrimitivePoints::GetVector(int32_t i, int32_t kind) const {
+  const std::vector<double>* a = VectorArray(kind);
+  if (!a || i < 0 || i >= size_) return ZEROVEC;
+  const double* p = &(*a)[3 * static_cast<size_t>(i)];
+  return {p[0], p[1], p[2]};
+}
+
+// Linked editing: a position (normal) edit of a point carrying the position
+// (normal) link bit also moves every other point in use that carries the
+// same bit and sits at the edited point's current position, so that seam
+// duplicates of one geometric vertex stay together. Texture edits are never
+// linked, and linking is off while UseArrays lacks daFlag.
+void TQelPrimitivePoints::SetVector(int32_t i, int32_t kind, const TQelMathVector& v) {
+  std::vector<double>* a = VectorArray(kind);
+  if (!a || i < 0 || i >= size_) return;
+  auto write = [&](int32_t j) {
+    double* p = &(*a)[3 * static_cast<size_t>(j)];
+    p[0] = v.x;
+    p[1] = v.y;
+    p[2] = v.z;
+  };
+  if (kind < 2 && useArrays_.Contains(daFlag) && HasArray(daFlag) && HasArray(daVertex)) {
+    const uint8_t mask = uint8_t(1u << (kind == 0 ? PositionLinkBit : NormalLinkBit));
+    if (flag_[static_cast<size_t>(i)] & mask)
+      for (int32_t j = 0; j < count_; ++j)
+        if (j != i && (flag_[static_cast<size_t>(j)] & mask) && EqualPos(j, i)) write(j);
+  }
+  write(i);
+}
+
+double TQelPrimitivePoints::GetValues(int32_t i, int32_t component, int32_t kind) const {
+  if (i < 0 || i >= size_ || component < 0) return 0.0;
+  const size_t k = static_cast<size_t>(i);
+  if (kind == 3)
+    return component < 4 && HasArray(daColor) ? color_[4 * k + component] : 0.0;
+  const std::vector<double>* a = VectorArray(kind);
+  return a && component < 3 ? (*a)[3 * k + component] : 0.0;
+}
+
+void TQelPrimitivePoints::SetValues(int32_t i, int32_t component, int32_t kind, double value) {
+  if (i < 0 || i >= size_ || component < 0) return;
+  if (kind == 3) {
+    if (component < 4 && HasArray(daColor))
+      color_[4 * static_cast<size_t>(i) + component] = ToFloat(value);
+    return;
+  }
+  if (component > 2 || !VectorArray(kind)) return;
+  TQelMathVector v = GetVector(i, kind);
+  v[component] = value;
+  SetVector(i, kind, v);  // positions and normals move their linked points
+}
+
+uint8_t TQelPrimitivePoints::GetEdgeFlag(int32_t i) const {
+  if (i < 0 || i >= count_ || !HasArray(daEdgeFlag)) return 255;
+  return edgeFlag_[static_cast<size_t>(i)];
+}
+
+void TQelPrimitivePoints::SetEdgeFlag(int32_t i, uint8_t value) {
+  if (i < 0 || i >= count_ || !HasArray(daEdgeFlag)) return;
+  edgeFlag_[static_cast<size_t>(i)] = value;
+}
+
+bool TQelPrimitivePoints::GetFlag(int32_t i, int32_t bit) const {
+  if (i < 0 || i >= count_ || bit < 0 || bit > 7 || !HasArray(daFlag)) return false;
+  return (flag_[static_cast<size_t>(i)] >> bit) & 1;
+}
+
+void TQelPrimitivePoints::SetFlag(int32_t i, int32_t bit, bool on) {
+  if (i < 0 || i >= count_ || bit < 0 || bit > 7 || !HasArray(daFlag)) return;
+  uint8_t& f = flag_[static_cast<size_t>(i)];
+  const uint8_t mask = uint8_t(1u << bit);
+  f = on ? uint8_t(f | mask) : uint8_t(f & ~mask);
+}
+
+bool TQelPrimitivePoints::EqualPos(int32_t i, int32_t j) const {
+  if (!HasArray(daVertex) || i < 0 || i >= size_ || j < 0 || j >= size_) return false;
+  const double* a = &vertex_[3 * static_cast<size_t>(i)];
+  const double* b = &vertex_[3 * static_cast<size_t>(j)];
+  return WithinTolerance(a[0], b[0]) && WithinTolerance(a[1], b[1]) &&
+         WithinTolerance(a[2], b[2]);
+}
+
+void TQelPrimitivePoints::LiftPoint(int32_t i, double d) {
+  if (!HasArray(daVertex) || !HasArray(daNormal) || i < 0 || i >= size_) return;
+  const TQelMathVector p = GetVector(i, 0), n = GetVector(i, 1);
+  SetVector(i, 0, {p.x + d * n.x, p.y + d * n.y, p.z + d * n.z});
+}
+
+void TQelPrimitivePoints::ScalePoints(double sx, double sy, double sz) {
+  double* p = GetVertexArray();
+  if (!p) return;
+  for (int32_t i = 0; i < count_; ++i, p += 3) {
+    p[0] *= sx;
+    p[1] *= sy;
+    p[2] *= sz;
+  }
+}
+
+void TQelPrimitivePoints::MovePoints(double dx, double dy, double dz) {
+  double* p = GetVertexArray();
+  if (!p) return;
+  for (int32_t i = 0; i < count_; ++i, p += 3) {
+    p[0] += dx;
+    p[1] += dy;
+    p[2] += dz;
+  }
+}
+
+void TQelPrimitivePoints::BeforeRender(TQelCustomView* view) {
+  if (Uses(daNormal)) {
+    glEnableClientState(GL_NORMAL_ARRAY);
+    glNormalPointer(GL_DOUBLE, 0, normal_.data());
+  }
+  if (Uses(daTexture)) {
+    glEnable(GL_TEXTURE_2D);
+    glEnableClientState(GL_TEXTURE_COORD_ARRAY);
+    glTexCoordPointer(3, GL_DOUBLE, 0, texture_.data());
+  } else {
+    glDisable(GL_TEXTURE_2D);
+  }
+  if (Uses(daColor)) {
+    glEnableClientState(GL_COLOR_ARRAY);
+    glColorPointer(4, GL_FLOAT, 0, color_.data());
+  }
+  if (Uses(daEdgeFlag)) {
+    glEnableClientState(GL_EDGE_FLAG_ARRAY);
+    glEdgeFlagPointer(0, edgeFlag_.data());
+  }
+  if (Uses(daVertex)) {
+    glEnableClientState(GL_VERTEX_ARRAY);
+    glVertexPointer(3, GL_DOUBLE, 0, vertex_.data());
+  }
+}
+
+void TQelPrimitivePoints::AfterRender(TQelCustomView* view) {
+  glDisableClientState(GL_NORMAL_ARRAY);
+  glDisableClientState(GL_COLOR_ARRAY);
+  glDisableClientState(GL_TEXTURE_COORD_ARRAY);
+  glDisableClientState(GL_EDGE_FLAG_ARRAY);
+  glDisableClientState(GL_VERTEX_ARRAY);
+  glEdgeFlag(GL_TRUE);
+}
+
+// Copies the array sets and appends the source's points. Existing points
+// below the source's Size stay in front of them. Values are copied exactly.
+void TQelPrimitivePoints::Assign(TPersistent* Source) {
+  if (auto* src = dynamic_cast<TQelPrimitivePoints*>(Source)) {
+    defineArrays_ = src->defineArrays_;
+    useArrays_ = src->useArrays_;
+    SetSize(src->size_);
+    Add(src);
+    Changed();
+  }
+  TQelProperty::Assign(Source);
+}
+
+// --- TQelPrimitiveArray ------------------------------------------------------
+
+namespace {
+
+bool IsLineListKind(int32_t t) { return t == GL_LINE_LOOP || t == GL_LINE_STRIP || t == GL_POLYGON; }
+bool IsStripKind(int32_t t) { return t == GL_TRIANGLE_STRIP || t == GL_QUAD_STRIP; }
+
+}  // namespace
+
+TQelPrimitiveArray::TQelPrimitiveArray(int32_t type) : type_(type) {}
+
+void TQelPrimitiveArray::SetSize(int32_t n) {
+  if (n < 0) return;
+  // Grown storage reads as zero, so that entries past Count that Insert and
+  // the list conversions expose always hold defined values.
+  Reallocate(indices_, static_cast<size_t>(n));
+  size_ = n;
+  count_ = std::min(count_, n);
+}
+
+void TQelPrimitiveArray::SetCount(int32_t n) {
+  if (n < 0) return;
+  SetSize(n);
+  count_ = n;
+}
+
+void TQelPrimitiveArray::SetEnabled(bool on) {
+  if (on == enabled_) return;
+  enabled_ = on;
+  Changed();
+}
+
+void TQelPrimitiveArray::SetTextured(bool on) {
+  if (on == textured_) return;
+  textured_ = on;
+  Changed();
+}
+
+void TQelPrimitiveArray::SetTexture(TQelTexture* texture) {
+  if (texture == texture_) return;
+  texture_ = texture;
+  Changed();
+}
+
+void TQelPrimitiveArray::SetMaterial(TQelMaterial* material) {
+  if (material == material_) return;
+  material_ = material;
+  Changed();
+}
+
+void TQelPrimitiveArray::SetAttributes(TQelAttributes* attributes) {
+  if (attributes == attributes_) return;
+  attributes_ = attributes;
+  Changed();
+}
+
+int32_t TQelPrimitiveArray::GetIndices(int32_t i) const {
+  if (i < 0 || i >= count_) return -1;
+  return static_cast<int32_t>(indices_[static_cast<size_t>(i)]);
+}
+
+void TQelPrimitiveArray::SetIndices(int32_t i, uint32_t v) {
+  if (i >= 0 && i < size_) indices_[static_cast<size_t>(i)] = v;
+}
+
+void TQelPrimitiveArray::GrowIfFull() {
+  if (size_ - 1 < count_) SetSize(size_ + GrowStep);
+}
+
+void TQelPrimitiveArray::AddIndex(uint32_t v) {
+  GrowIfFull();
+  indices_[static_cast<size_t>(count_++)] = v;
+}
+
+void TQelPrimitiveArray::Add(const TQelPrimitiveArray* other, int32_t offset) {
+  if (!other || other->type_ != type_) return;
+  const int32_t n = other->count_;  // other may be this
+  for (int32_t k = 0; k < n; ++k)
+    AddIndex(other->indices_[static_cast<size_t>(k)] + static_cast<uint32_t>(offset));
+}
+
+// The following entries are not shifted: the entry at pos is overwritten
+// and the list gains one entry at its end holding whatever the storage held
+// there (zero for storage never written). Callers rely on this.
+void TQelPrimitiveArray::Insert(int32_t pos, uint32_t v) {
+  pos = std::clamp(pos, 0, count_);
+  GrowIfFull();
+  indices_[static_cast<size_t>(pos)] = v;
+  ++count_;
+}
+
+void TQelPrimitiveArray::Delete(int32_t start, int32_t n) {
+  if (start < 0) {
+    n += start;
+    start = 0;
+  }
+  n = std::min(n, count_ - start);
+  if (n <= 0) return;
+  std::copy(indices_.begin() + start + n, indices_.begin() + count_, indices_.begin() + start);
+  count_ -= n;
+}
+
+// Lists convert only where the new kind can be built from the old one:
+// reinterpretation within the line-list kinds and within the strips,
+// splitting into triangles or quads; other changes of a non-empty list are
+// ignored.
+void TQelPrimitiveArray::SetType(int32_t mode) {
+  if (mode < GL_POINTS || mode > GL_POLYGON) return;
+  const int32_t before = type_;
+  if (count_ < 1 || mode == type_)
+    type_ = mode;
+  else if (IsLineListKind(mode) && IsLineListKind(type_))
+    type_ = mode;
+  else if (IsStripKind(mode) && IsStripKind(type_))
+    type_ = mode;
+  else if (mode == GL_TRIANGLES && (IsStripKind(type_) || type_ == GL_TRIANGLE_FAN || type_ == GL_QUADS))
+    SwitchToTriangles();
+  else if (mode == GL_QUADS && IsStripKind(type_))
+    SwitchToQuads();
+  if (type_ != before) Changed();
+}
+
+// The conversions rewrite the list in place from its end: the new faces
+// fill the end of the new Count, and any entries in front of them keep what
+// the list held there before.
+void TQelPrimitiveArray::SwitchToTriangles() {
+  int32_t n = count_;
+  const std::vector<uint32_t> old(indices_.begin(), indices_.begin() + n);
+  int32_t newCount = 0;
+  std::vector<uint32_t> faces;  // the new triangles, in order
+  switch (type_) {
+    case GL_TRIANGLE_STRIP:
+    case GL_QUAD_STRIP:
+      if (n < 3) return;
+      if (type_ == GL_QUAD_STRIP) n &= ~1;
+      for (int32_t k = 0; k + 2 < n; ++k) {
+        if (k % 2 == 0)
+          faces.insert(faces.end(), {old[k], old[k + 1], old[k + 2]});
+        else
+          faces.insert(faces.end(), {old[k + 1], old[k], old[k + 2]});
+      }
+      newCount = 3 * std::max(n - 2, 0);
+      break;
+    case GL_QUADS:
+      if (n < 4) return;
+      // A count that is not a multiple of 4 is only made even.
+      if (n % 4 != 0) n &= ~1;
+      for (int32_t q = 0; 4 * q + 3 < n; ++q) {
+        const uint32_t a = old[4 * q], b = old[4 * q + 1], c = old[4 * q + 2], d = old[4 * q + 3];
+        faces.insert(faces.end(), {a, b, d, b, c, d});
+      }
+      newCount = 3 * n / 2;
+      break;
+    case GL_TRIANGLE_FAN:
+      if (n < 3) return;
+      for (int32_t k = 1; k + 1 < n; ++k) faces.insert(faces.end(), {old[k], old[k + 1], old[0]});
+      newCount = 3 * (n - 2);
+      break;
+    default:
+      return;
+  }
+  if (newCount > size_) SetSize(newCount);
+  std::copy(faces.begin(), faces.end(), indices_.begin() + (newCount - faces.size()));
+  count_ = newCount;
+  type_ = GL_TRIANGLES;
+}
+
+void TQelPrimitiveArray::SwitchToQuads() {
+  if (!IsStripKind(type_) || count_ < 4) return;
+  if (type_ == GL_QUAD_STRIP && count_ % 2 != 0) AddIndex(indices_[static_cast<size_t>(count_ - 1)]);
+  const int32_t n = count_;
+  std::vector<uint32_t> faces;
+  for (int32_t k = 0; 2 * k + 3 < n; ++k) {
+    const uint32_t* i = &indices_[2 * static_cast<size_t>(k)];
+    faces.insert(faces.end(), {i[0], i[1], i[3], i[2]});
+  }
+  // A triangle strip of odd length leaves two entries in front unchanged.
+  const int32_t newCount = 2 * (n - 2);
+  if (newCount > size_) SetSize(newCount);
+  std::copy(faces.begin(), faces.end(), indices_.begin() + (newCount - faces.size()));
+  count_ = newCount;
+  type_ = GL_QUADS;
+}
+
+void TQelPrimitiveArray::Invert() {
+  uint32_t* i = indices_.data();
+  switch (type_) {
+    case GL_TRIANGLES:
+      for (int32_t k = 0; k + 2 < count_; k += 3) std::swap(i[k], i[k + 1]);
+      break;
+    case GL_TRIANGLE_STRIP:
+      // An even strip gets its last index repeated, so that reversing it
+      // keeps every triangle but turns its facing.
+      if (count_ > 0 && count_ % 2 == 0) AddIndex(indices_[static_cast<size_t>(count_ - 1)]);
+      std::reverse(indices_.begin(), indices_.begin() + count_);
+      break;
+    case GL_TRIANGLE_FAN:
+      if (count_ > 1) std::reverse(indices_.begin() + 1, indices_.begin() + count_);
+      break;
+    case GL_QUADS:
+      for (int32_t k = 0; k + 3 < count_; k += 4) std::swap(i[k + 1], i[k + 3]);
+      break;
+    case GL_QUAD_STRIP:
+      for (int32_t k = 0; k + 1 < count_; k += 2) std::swap(i[k], i[k + 1]);
+      break;
+    case GL_POLYGON:
+      std::reverse(indices_.begin(), indices_.begin() + count_);
+      break;
+    default:
+      break;
+  }
+}
+
+void TQelPrimitiveArray::ProceedDirectRendering() {
+  glDrawElements(static_cast<GLenum>(type_), count_, GL_UNSIGNED_INT, GetIndexArray());
+}
+
+void TQelPrimitiveArray::ProceedDirectRendering(int32_t pointLimit) {
+  const uint32_t limit = static_cast<uint32_t>(std::max(pointLimit, 0));
+  const uint32_t* i = GetIndexArray();
+  for (int32_t k = 0; k < count_; ++k)
+    if (i[k] >= limit) return;
+  ProceedDirectRendering();
+}
+
+void TQelPrimitiveArray::Assign(TPersistent* Source) {
+  if (auto* src = dynamic_cast<TQelPrimitiveArray*>(Source)) {
+    SetSize(src->size_);
+    std::copy(src->indices_.begin(), src->indices_.end(), indices_.begin());
+    count_ = src->count_;
+    type_ = src->type_;
+    enabled_ = src->enabled_;
+    texture_ = src->texture_;
+    Changed();
+  }
+  TQelProperty::Assign(Source);
+}
+
+// --- TQelPointItem -----------------------------------------------------------
+
+TQelPointItem::TQelPointItem() { TQelPointItem::Clear(); }
+
+void TQelPointItem::WireParts() {
+  auto sub = [this](TObject*) { Changed(); };
+  point_.OnChange = sub;
+  normal_.OnChange = sub;
+  texture_.OnChange = sub;
+  color_.OnChange = sub;
+}
+
+void TQelPointItem::Clear() {
+  TQelProperty::Clear();
+  point_.Clear();
+  normal_.Clear();
+  texture_.Clear();
+  color_.Clear();
+  flag_ = 0;
+  edgeFlag_ = true;
+  WireParts();
+}
+
+void TQelPointItem::SetPoint(const TQelVector* v) { CopyVector(point_, v); }
+void TQelPointItem::SetNormal(const TQelVector* v) { CopyVector(normal_, v); }
+void TQelPointItem::SetTexture(const TQelVector* v) { CopyVector(texture_, v); }
+
+void TQelPointItem::SetColor(const TQelColor* c) {
+  if (!c || (c->GetColor() == color_.GetColor() && c->GetAlpha() == color_.GetAlpha())) return;
+  const std::array<float, 4> p = c->GetParams();
+  color_.SetParams(p[0], p[1], p[2], p[3]);
+  Changed();
+}
+
+void TQelPointItem::SetFlag(int32_t flag) {
+  if (flag == flag_) return;
+  flag_ = flag;
+  Changed();
+}
+
+void TQelPointItem::SetEdgeFlag(bool on) {
+  if (on == edgeFlag_) return;
+  edgeFlag_ = on;
+  Changed();
+}
+
+void TQelPointItem::Assign(TPersistent* Source) {
+  if (auto* src = dynamic_cast<TQelPointItem*>(Source)) {
+    SetPoint(&src->point_);
+    SetNormal(&src->normal_);
+    SetTexture(&src->texture_);
+    SetColor(&src->color_);
+    flag_ = src->flag_;
+    edgeFlag_ = src->edgeFlag_;
+    Changed();
+  }
+  TQelProperty::Assign(Source);
+}
+
+// --- TQelTextureFlags --------------------------------------------------------
+
+TQelTextureFlags::TQelTextureFlags() { TQelTextureFlags::Clear(); }
+
+void TQelTextureFlags::WireParts() {
+  paramVector_.OnChange = [this](TObject*) { Changed(); };
+}
+
+void TQelTextureFlags::Clear() {
+  TQelProperty::Clear();
+  mode_ = 0;
+  shiftX_ = shiftY_ = 0;
+  scaleX_ = scaleY_ = 1;
+  paramVector_.Clear();
+  envMapping_ = false;
+  WireParts();
+}
+
+namespace {
+
+template <typename T>
+bool Store(T& field, T value) {
+  if (field == value) return false;
+  field = value;
+  return true;
+}
+
+}  // namespace
+
+void TQelTextureFlags::SetMode(uint8_t mode) { if (Store(mode_, mode)) Changed(); }
+void TQelTextureFlags::SetShiftX(double v) { if (Store(shiftX_, v)) Changed(); }
+void TQelTextureFlags::SetShiftY(double v) { if (Store(shiftY_, v)) Changed(); }
+void TQelTextureFlags::SetScaleX(double v) { if (Store(scaleX_, v)) Changed(); }
+void TQelTextureFlags::SetScaleY(double v) { if (Store(scaleY_, v)) Changed(); }
+void TQelTextureFlags::SetEnvMapping(bool on) { if (Store(envMapping_, on)) Changed(); }
+void TQelTextureFlags::SetParamVec(const TQelVector* v) { CopyVector(paramVector_, v); }
+
+void TQelTextureFlags::Assign(TPersistent* Source) {
+  if (auto* src = dynamic_cast<TQelTextureFlags*>(Source)) {
+    mode_ = src->mode_;
+    shiftX_ = src->shiftX_;
+    shiftY_ = src->shiftY_;
+    scaleX_ = src->scaleX_;
+    scaleY_ = src->scaleY_;
+    CopyVector(paramVector_, &src->paramVector_);
+    envMapping_ = src->envMapping_;
+    Changed();
+  }
+  TQelProperty::Assign(Source);
+}
