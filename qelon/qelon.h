@@ -6,3 +6,5 @@
 #include "qelon/platform/qelset.h"
 #include "qelon/math/qelmath.h"
 #include "qelon/math/qelclass.h"
+#include "qelon/math/qelmatrix.h"
+#include "qelon/math/qeltransformation.h"
