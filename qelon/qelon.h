@@ -6,5 +6,7 @@
 #include "qelon/platform/qelset.h"
 #include "qelon/math/qelmath.h"
 #include "qelon/math/qelclass.h"
+#include "qelon/math/qelmatrix.h"
+#include "qelon/math/qeltransformation.h"
 #include "qelon/geometry/qelprimclasses.h"
 #include "qelon/exchange/xmlparser.h"
