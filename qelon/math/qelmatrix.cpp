@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <numbers>
 #include <utility>
 
 namespace {
@@ -197,7 +198,7 @@ void TQelMatrix::Translate(const TQelMathVector4d& v) {
 }
 
 void TQelMatrix::RotateColumns(int a, int b, double angle) {
-  const double rad = angle / 180 * M_PI;
+  const double rad = angle / 180 * std::numbers::pi;
   const double c = std::cos(rad), s = std::sin(rad);
   for (int i = 0; i < 4; ++i) {
     const double ca = at(i, a), cb = at(i, b);

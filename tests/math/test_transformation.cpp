@@ -1,5 +1,7 @@
 // Transformations: the GL calls Execute issues, CalcMatrix against the GL
 // matrix for every pair of orders, decomposition, notification and wiring.
+#include <numbers>
+
 #include "mathtest.h"
 #include "qeltestbed.h"
 
@@ -55,7 +57,7 @@ TQelMatrix ReplayInDouble(const std::vector<std::string>& calls, TQelTransformat
     const std::string name = call.substr(0, call.find('('));
     if (name == "glRotatef") {
       const int axis = args[1] != 0 ? 0 : args[2] != 0 ? 1 : 2;
-      const double a = t.GetRotation()->GetAsMathVector()[axis] * M_PI / 180;
+      const double a = t.GetRotation()->GetAsMathVector()[axis] * std::numbers::pi / 180;
       const double x = args[1], y = args[2], z = args[3], c = std::cos(a), s = std::sin(a);
       EXPECT_EQ(x * x + y * y + z * z, 1) << call;
       multiply({x * x * (1 - c) + c, y * x * (1 - c) + z * s, x * z * (1 - c) - y * s, 0,
