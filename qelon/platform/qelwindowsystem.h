@@ -123,7 +123,8 @@ public:
   // Whether a and b see the same display lists.
   bool SharesLists(TQelRenderContext* a, TQelRenderContext* b);
   // Shows what was drawn on dc (a window's back buffer). Offscreen and
-  // memory surfaces keep their single buffer, so it only flushes there.
+  // memory surfaces keep their single buffer; nothing changes there. Makes
+  // no GL call of its own.
   bool SwapBuffers(TQelDeviceContext* dc);
   // Copies what was drawn on dc into bitmap, top-left parts aligned, the
   // bitmap keeping its size and format, then fires its OnChange. The

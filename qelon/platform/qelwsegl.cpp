@@ -3,7 +3,6 @@
 // anew when it is resized; a memory device context is a pbuffer too. The
 // pixel formats are the EGL configs that render desktop GL into pbuffers.
 #include <EGL/egl.h>
-#include <GL/gl.h>
 
 #include <chrono>
 #include <cstdio>
@@ -155,8 +154,10 @@ protected:
   }
 
   bool DoSwapBuffers(TQelDeviceContext* dc) override {
-    // A pbuffer has one buffer; what was drawn is what there is to show.
-    if (currentDC_ == dc) glFlush();
+    // A pbuffer has one buffer: what was drawn is what there is to show.
+    // No GL call here, so that recorded frames end as the caller drew them.
+    auto* egl = static_cast<TEGLDeviceContext*>(dc);
+    if (currentDC_ == dc && egl->surface != EGL_NO_SURFACE) eglSwapBuffers(Display(), egl->surface);
     return true;
   }
 

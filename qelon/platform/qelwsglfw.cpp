@@ -289,11 +289,8 @@ protected:
 
   bool DoSwapBuffers(TQelDeviceContext* dc) override {
     auto* w = static_cast<TGLFWWindow*>(dc->window);
-    if (w && w->native) {
-      glfwSwapBuffers(w->native);
-    } else if (currentDC_ == dc) {
-      glFlush();
-    }
+    // A bitmap's framebuffer object has one buffer: nothing to show.
+    if (w && w->native) glfwSwapBuffers(w->native);
     return true;
   }
 
