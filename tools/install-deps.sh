@@ -4,11 +4,7 @@
 set -e
 PACKAGES="cmake make g++ pkg-config python3 libgl-dev libglu1-mesa-dev libegl-dev \
 libegl-mesa0 libgl1-mesa-dri libglfw3-dev libstb-dev libgtest-dev libbenchmark-dev \
-<<<<<<< HEAD
-clang libclang-rt-14-dev"
-=======
-xvfb xauth"
->>>>>>> platformview
+clang libclang-rt-14-dev xvfb xauth"
 missing=""
 for p in $PACKAGES; do
   dpkg-query -W -f='${Status}\n' "$p" 2>/dev/null | grep -q "install ok installed" ||
