@@ -181,7 +181,12 @@ void TQelRender::SetCoordinates(TQelCoordinates* value) {
 }
 
 void TQelRender::SetNode(TQelCustomNode* node) {
-  if (node && node == node_) return;  // already there; joining again would list it twice
+  if (node) {
+    // Joining another node leaves this one on the way (Insert does that, and
+    // keeps an item the old node owns alive); joining the same one does nothing.
+    if (node != node_) node->Add(this);
+    return;
+  }
   if (node_) {
     // Leaving a node that owns this item destroys it.
     auto life = GetLifeToken();
@@ -189,7 +194,6 @@ void TQelRender::SetNode(TQelCustomNode* node) {
     if (life.expired()) return;
   }
   node_ = nullptr;
-  if (node) node->Add(this);
 }
 
 void TQelRender::SetNodeDirect(TQelCustomNode* node) {
@@ -199,9 +203,6 @@ void TQelRender::SetNodeDirect(TQelCustomNode* node) {
     if (life.expired()) return;
   }
   node_ = node;
-  // Both ends hear of the other's death: the node drops the entry, this
-  // item forgets the node.
-  if (node) FreeNotification(node);
 }
 
 void TQelRender::SetView(TQelCustomView* view) {

@@ -159,6 +159,9 @@ TQelRender* TQelNode::GetItems(int32_t index) const {
 
 void TQelNode::SetItems(int32_t index, TQelRender* item) {
   if (!InRange(index)) return;
+  // Both are watched: the new item must leave the list when it dies, and a
+  // displaced direct item, still naming this node, must hear of its death.
+  if (TQelRender* displaced = entries_[index].item) FreeNotification(displaced);
   entries_[index].item = item;
   if (item) FreeNotification(item);
   ClearCachesUpward();
