@@ -103,18 +103,10 @@ TEST_F(QelGLTest, ColorAsMaterialEnablesBeforeChoosingAndDisablesAfter) {
   }
 }
 
-TEST(Object, DefaultsSettersAndNameTable) {
+TEST(Object, SettersSignalRealChangesOnly) {
   TQelObject obj(nullptr);
-  EXPECT_EQ(obj.GetObjectID(), -1);
-  EXPECT_EQ(obj.GetColor()->GetColor(), 0xFFFFFFu);
-  EXPECT_EQ(obj.GetColorAsMaterial(), cmNone);
+  obj.SetTextured(true);  // the appearance accessors are empty here
   EXPECT_FALSE(obj.GetTextured());
-  EXPECT_EQ(obj.GetTexture(), nullptr);
-  EXPECT_EQ(obj.GetAttributes(), nullptr);
-  EXPECT_EQ(obj.GetMaterial(), nullptr);
-  obj.SetTextured(true);  // empty here
-  EXPECT_FALSE(obj.GetTextured());
-
   int changes = 0;
   obj.OnChange = [&](TObject*) { ++changes; };
   obj.SetObjectID(3);
