@@ -1,0 +1,15 @@
+#!/bin/sh
+# Builds and runs every test: the normal build (unit tests, the GLFW tests
+# under a virtual X server when one is installed, a 60 s fuzz run of the
+# XML parser), then the test programs again under AddressSanitizer and
+# UndefinedBehaviorSanitizer.
+set -e
+cd "$(dirname "$0")/.."
+cmake -S . -B build
+cmake --build build -j2
+ctest --test-dir build --output-on-failure
+cmake -S . -B build-asan -DQELON_SANITIZE=address,undefined \
+  -DQELON_BUILD_BENCH=OFF -DQELON_BUILD_APPS=OFF \
+  -DQELON_TEST_DIRS="platform;math;scene;view;appearance;geometry;interaction"
+cmake --build build-asan -j2
+ctest --test-dir build-asan --output-on-failure -E GLFW
