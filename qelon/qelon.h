@@ -6,3 +6,7 @@
 #include "qelon/platform/qelset.h"
 #include "qelon/math/qelmath.h"
 #include "qelon/math/qelclass.h"
+#include "qelon/scene/qelcustomview.h"
+#include "qelon/scene/qelcomp.h"
+#include "qelon/scene/qelobj.h"
+#include "qelon/view/qelcam.h"
