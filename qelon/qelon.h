@@ -10,3 +10,7 @@
 #include "qelon/scene/qelcomp.h"
 #include "qelon/scene/qelobj.h"
 #include "qelon/view/qelcam.h"
+#include "qelon/appearance/qelmat.h"
+#include "qelon/appearance/qelattr.h"
+#include "qelon/appearance/qellight.h"
+#include "qelon/appearance/qeltex.h"
