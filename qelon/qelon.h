@@ -6,6 +6,8 @@
 #include "qelon/platform/qelset.h"
 #include "qelon/math/qelmath.h"
 #include "qelon/math/qelclass.h"
+#include "qelon/math/qelmatrix.h"
+#include "qelon/math/qeltransformation.h"
 #include "qelon/scene/qelcustomview.h"
 #include "qelon/scene/qelcomp.h"
 #include "qelon/scene/qelobj.h"
