@@ -278,7 +278,11 @@ void TQelTexture::InitTexture() {
 }
 
 void TQelTexture::DoRender(TQelCustomView* view) {
-  if (!QelAppearanceRecording() && !dirty_ && IsLastRenderedTex(this)) return;
+  // Asked every time: the question itself marks the frame as started, so the
+  // second render of a texture in a frame is skipped even right after an
+  // upload.
+  const bool current = IsLastRenderedTex(this);
+  if (current && !dirty_ && !QelAppearanceRecording()) return;
   if (!bitmap_ || bitmap_->GetEmpty() || bitmap_->GetHeight() <= 0 || bitmap_->GetWidth() <= 0)
     return;
   if (!IsValidSize(bitmap_->GetHeight()) || !IsValidSize(bitmap_->GetWidth())) ScaleBitmap(view);
