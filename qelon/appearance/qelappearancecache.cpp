@@ -1,9 +1,21 @@
 #include "qelappearancecache.h"
 
-#include <GL/gl.h>
+#include "qelon/appearance/qelattr.h"
+#include "qelon/appearance/qelmat.h"
+#include "qelon/appearance/qeltex.h"
+#include "qelon/scene/qelcomp.h"
 
-bool QelAppearanceRecording() {
-  GLint list = 0;
-  glGetIntegerv(GL_LIST_INDEX, &list);
-  return list != 0;
+bool QelAppearanceRecording() { return QelRecordingDisplayList(); }
+
+void QelForgetAppearanceState() {
+  SetLastRenderedMaterial(nullptr);
+  SetLastRenderedAttributes(nullptr);
+  RedrawTextures();
 }
+
+namespace {
+const bool hooked = [] {
+  QelOnListReplayed(&QelForgetAppearanceState);
+  return true;
+}();
+}  // namespace

@@ -6,3 +6,7 @@
 // texture that is already current must still issue its state then, or the
 // list would replay without it.
 bool QelAppearanceRecording();
+
+// Forgets the last-rendered material, attributes and texture, so the next
+// ones issue their state in full. Run after every display-list replay.
+void QelForgetAppearanceState();

@@ -215,6 +215,13 @@ void TQelRender::SetView(TQelCustomView* view) {
   if (view) FreeNotification(view);
 }
 
+namespace {
+std::vector<void (*)()>& ListReplayHooks() {
+  static std::vector<void (*)()> hooks;
+  return hooks;
+}
+}  // namespace
+
 void TQelRender::OpenCache() {
   if (!view_ || openRecordings > 0) return;
   ClearCache();
@@ -235,8 +242,16 @@ void TQelRender::CloseCache() {
 }
 
 void TQelRender::CallCache() {
-  if (view_) glCallList(displayList_);
+  if (!view_) return;
+  glCallList(displayList_);
+  // The list may have changed state that the appearance caches believe
+  // current; they forget it.
+  for (void (*reset)() : ListReplayHooks()) reset();
 }
+
+bool QelRecordingDisplayList() { return openRecordings > 0; }
+
+void QelOnListReplayed(void (*reset)()) { ListReplayHooks().push_back(reset); }
 
 void TQelRender::ClearCache() {
   if (!view_ || displayList_ == 0) return;

@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "qelon/math/qelclass.h"
 #include "qelon/math/qelmatrix.h"
@@ -20,6 +21,12 @@ class TXMLTag;
 class TQelCustomNode;
 
 using TQelRenderEvent = std::function<void(TQelCustomView* aView)>;
+
+// Whether a display list is being recorded now (recordings do not nest).
+bool QelRecordingDisplayList();
+// Registers a function run after every display-list replay: caches of GL
+// state that a list may have changed forget what they believe is current.
+void QelOnListReplayed(void (*reset)());
 
 // A component that reports its own changes through OnChange. A node installs
 // its SubChange here, so OnChange is also the upward link of change

@@ -1,0 +1,61 @@
+// Appearance inside cached display lists: a list holds the state it needs
+// even when that state was current while it was recorded, and after a list
+// replays, the appearance caches no longer trust what they believed current.
+#include "scenetest.h"
+
+#include <qelon/qelon.h>
+#include "qelon/appearance/qelappearancecache.h"
+
+namespace {
+
+// Draws nothing; its material comes from the item before it in the node.
+class CachedAppearanceTest : public QelGLTest {
+protected:
+  void SetUp() override {
+    QelGLTest::SetUp();
+    view = std::make_unique<TTestView>(context.get());
+    red = new TQelMaterial(&owner);
+    red->GetColorDiffuse()->SetColor(0x0000FF);
+    blue = new TQelMaterial(&owner);
+    blue->GetColorDiffuse()->SetColor(0xFF0000);
+    cached = new TQelNode(&owner);
+    cached->Add(red);
+    cached->SetCached(true);
+  }
+  void NewFrame() { QelForgetAppearanceState(); }  // what the view does per frame
+  static float Diffuse(int i) {
+    GLfloat d[4];
+    glGetMaterialfv(GL_FRONT, GL_DIFFUSE, d);
+    return d[i];
+  }
+  TComponent owner{nullptr};
+  std::unique_ptr<TTestView> view;
+  TQelMaterial *red = nullptr, *blue = nullptr;
+  TQelNode* cached = nullptr;
+};
+
+TEST_F(CachedAppearanceTest, AMaterialCurrentWhileRecordingStillGoesIntoTheList) {
+  NewFrame();
+  red->Render(view.get());     // red is current ...
+  cached->Render(view.get());  // ... while the node records its list
+  ASSERT_NE(cached->GetDisplayList(), 0u);
+  NewFrame();
+  blue->Render(view.get());
+  EXPECT_EQ(Diffuse(2), 1.0f);
+  cached->Render(view.get());  // replays: the list must set red
+  EXPECT_EQ(Diffuse(0), 1.0f);
+  EXPECT_EQ(Diffuse(2), 0.0f);
+}
+
+TEST_F(CachedAppearanceTest, AfterAReplayTheNextMaterialIsIssuedAgain) {
+  NewFrame();
+  cached->Render(view.get());  // records red
+  NewFrame();
+  blue->Render(view.get());
+  cached->Render(view.get());  // GL now holds red, behind blue's back
+  blue->Render(view.get());    // must not be skipped as "already current"
+  EXPECT_EQ(Diffuse(2), 1.0f);
+  EXPECT_EQ(Diffuse(0), 0.0f);
+}
+
+}  // namespace
