@@ -17,4 +17,8 @@
 #include "qelon/scene/qelobj.h"
 #include "qelon/view/qelcam.h"
 #include "qelon/geometry/qelprimclasses.h"
+#include "qelon/appearance/qelmat.h"
+#include "qelon/appearance/qelattr.h"
+#include "qelon/appearance/qellight.h"
+#include "qelon/appearance/qeltex.h"
 #include "qelon/exchange/xmlparser.h"
