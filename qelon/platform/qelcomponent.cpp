@@ -15,10 +15,11 @@ void TComponent::Destroying() {
   if (removalSent_) return;
   removalSent_ = true;
   state_.Include(csDestroying);
-  // Copy first: listeners may drop their links while being told.
-  std::vector<TComponent*> listeners;
-  listeners.swap(freeNotifies_);
-  for (TComponent* c : listeners) {
+  // One at a time from the live list: a listener told of this death may
+  // delete another listener, which then leaves the list itself.
+  while (!freeNotifies_.empty()) {
+    TComponent* c = freeNotifies_.back();
+    freeNotifies_.pop_back();
     c->DropFreeNotify(this);
     c->Notification(this, opRemove);
   }

@@ -110,3 +110,32 @@ TEST(Product, NameAndVersion) {
 }
 
 }  // namespace
+
+namespace {
+// A listener that deletes another listener when told of a death.
+class Deleter : public TComponent {
+public:
+  using TComponent::TComponent;
+  TComponent* victim = nullptr;
+  void Notification(TComponent* c, TOperation op) override {
+    TComponent::Notification(c, op);
+    if (op == opRemove && victim) {
+      TComponent* v = victim;
+      victim = nullptr;
+      delete v;
+    }
+  }
+};
+}  // namespace
+
+TEST(Component, AListenerMayDeleteAnotherListenerWhileBeingTold) {
+  auto* dying = new TComponent(nullptr);
+  auto* second = new Deleter(nullptr);
+  auto* first = new Deleter(nullptr);
+  dying->FreeNotification(second);
+  dying->FreeNotification(first);  // told first: deletes second
+  first->victim = second;
+  delete dying;  // AddressSanitizer catches a use of the deleted listener
+  EXPECT_EQ(first->victim, nullptr);
+  delete first;
+}
