@@ -83,6 +83,8 @@ protected:
   // once. The destructor calls it; a class whose listeners may call back into
   // it calls it first thing in its own destructor, while it is still whole.
   void Destroying();
+  // The components linked to this one by FreeNotification.
+  const std::vector<TComponent*>& GetFreeNotifies() const { return freeNotifies_; }
 
 private:
   void Insert(TComponent* AComponent);

@@ -45,11 +45,39 @@ public:
   // The camera the view projects through, or none.
   virtual TQelCamera* GetCamera() const { return nullptr; }
 
+  // The size in pixels of the surface drawn on, stored by the view just
+  // before each render: the camera's viewport.
+  int32_t GetClientWidth() const { return clientWidth_; }
+  int32_t GetClientHeight() const { return clientHeight_; }
+
+  // The pick region: the window position (pixels, y down) picking and point
+  // queries look at, and its size (default 5 by 5), which the camera
+  // applies in drawing modes 3 and 4.
+  int32_t GetSelectX() const { return selectX_; }
+  int32_t GetSelectY() const { return selectY_; }
+  int32_t GetSelectWidth() const { return selectWidth_; }
+  void SetSelectWidth(int32_t value) { selectWidth_ = value; }
+  int32_t GetSelectHeight() const { return selectHeight_; }
+  void SetSelectHeight(int32_t value) { selectHeight_ = value; }
+
   // A view that owns a context calls Destroying() first thing in its own
   // destructor: render components cached for it then free their display
   // lists while the context still exists.
 
+protected:
+  void StoreClientSize(int32_t width, int32_t height) {
+    clientWidth_ = width;
+    clientHeight_ = height;
+  }
+  void SetSelectPosition(int32_t x, int32_t y) {
+    selectX_ = x;
+    selectY_ = y;
+  }
+
 private:
   uint8_t drawingMode_ = 0;
   int32_t nextID_ = 0;
+  int32_t clientWidth_ = 0, clientHeight_ = 0;
+  int32_t selectX_ = 0, selectY_ = 0;
+  int32_t selectWidth_ = 5, selectHeight_ = 5;
 };
