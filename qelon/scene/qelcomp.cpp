@@ -1,0 +1,350 @@
+#include "qelcomp.h"
+
+#include "qelon/platform/qelerror.h"
+#include "qelon/view/qelcam.h"
+
+// --- TQelComponent ----------------------------------------------------------
+
+TQelComponent::TQelComponent(TComponent* AOwner) : TComponent(AOwner) {}
+
+void TQelComponent::Changed() {
+  if (OnChange) OnChange(this);
+}
+
+void TQelComponent::Assign(TPersistent* Source) {
+  // The handler itself is copied, not only data.
+  if (auto* c = dynamic_cast<TQelComponent*>(Source)) {
+    OnChange = c->OnChange;
+    Changed();
+  }
+}
+
+// --- TQelTransformed --------------------------------------------------------
+
+TQelTransformed::TQelTransformed(TComponent* AOwner)
+    : TQelComponent(AOwner), transformation_(std::make_unique<TQelTransformation>()) {
+  WireTransformation();
+}
+
+TQelTransformed::~TQelTransformed() = default;
+
+void TQelTransformed::WireTransformation() {
+  transformation_->OnChange = [this](TObject* Sender) { SubChange(Sender); };
+}
+
+void TQelTransformed::SetTransformation(TQelTransformation* value) {
+  if (!value) return;
+  transformation_->Assign(value);
+  WireTransformation();  // Assign hands over the source's handler
+  Changed();
+}
+
+void TQelTransformed::SubChange(TObject* Sender) { Changed(); }
+
+void TQelTransformed::Assign(TPersistent* Source) {
+  if (auto* t = dynamic_cast<TQelTransformed*>(Source)) {
+    transformation_->Assign(t->transformation_.get());
+    WireTransformation();
+  }
+  TQelComponent::Assign(Source);
+}
+
+// --- TQelCoordinates --------------------------------------------------------
+
+TQelCoordinates::TQelCoordinates() = default;
+
+void TQelCoordinates::SetVisible(bool value) {
+  if (value == visible_) return;
+  visible_ = value;
+  Changed();
+}
+
+void TQelCoordinates::SetLength(float value) {
+  if (value == length_) return;
+  length_ = value;
+  Changed();
+}
+
+TColor TQelCoordinates::GetColor(int index) const {
+  return index >= 0 && index < 3 ? colors_[index] : 0;
+}
+
+void TQelCoordinates::SetColor(int index, TColor value) {
+  if (index < 0 || index >= 3 || colors_[index] == value) return;
+  colors_[index] = value;
+  Changed();
+}
+
+void TQelCoordinates::Clear() {
+  TQelRenderProperty::Clear();
+  visible_ = false;
+  length_ = 1.0f;
+  colors_[0] = 0x0000FF;
+  colors_[1] = 0x00FF00;
+  colors_[2] = 0xFF0000;
+}
+
+void TQelCoordinates::Assign(TPersistent* Source) {
+  if (auto* c = dynamic_cast<TQelCoordinates*>(Source)) {
+    visible_ = c->visible_;
+    length_ = c->length_;
+    for (int i = 0; i < 3; ++i) colors_[i] = c->colors_[i];
+    Changed();
+  }
+  TQelRenderProperty::Assign(Source);
+}
+
+void TQelCoordinates::DrawAxes(float sign) {
+  glBegin(GL_LINES);
+  for (int axis = 0; axis < 3; ++axis) {
+    TColor c = colors_[axis];
+    glColor3f((c & 0xFF) / 255.0f, ((c >> 8) & 0xFF) / 255.0f, ((c >> 16) & 0xFF) / 255.0f);
+    glVertex3f(0, 0, 0);
+    float end[3] = {0, 0, 0};
+    end[axis] = sign * length_;
+    glVertex3f(end[0], end[1], end[2]);
+  }
+  glEnd();
+}
+
+void TQelCoordinates::Render() {
+  TQelRenderProperty::Render();
+  if (!visible_) return;
+  glPushAttrib(GL_ALL_ATTRIB_BITS);
+  glDisable(GL_LIGHTING);
+  glDisable(GL_BLEND);
+  glDisable(GL_FOG);
+  glDisable(GL_LINE_SMOOTH);
+  glLineWidth(1.0f);
+  glDisable(GL_LINE_STIPPLE);
+  DrawAxes(1.0f);
+  glEnable(GL_LINE_STIPPLE);
+  glLineStipple(10, 0x5555);
+  DrawAxes(-1.0f);
+  glPopAttrib();
+}
+
+// --- TQelRender -------------------------------------------------------------
+
+namespace {
+// Lists being recorded right now. GL cannot record a list inside another, so
+// a cached component met while an enclosing list records draws into that
+// recording and makes its own list another time.
+int openRecordings = 0;
+}  // namespace
+
+TQelRender::TQelRender(TComponent* AOwner)
+    : TQelTransformed(AOwner), coordinates_(std::make_unique<TQelCoordinates>()) {
+  coordinates_->OnChange = [this](TObject* Sender) { SubChange(Sender); };
+}
+
+TQelRender::~TQelRender() {
+  // Nodes and views that know this item are told while it is still whole.
+  Destroying();
+  coordinates_.reset();
+  ClearCache();
+  SetNode(nullptr);
+}
+
+void TQelRender::SetObjectName(const std::string& value) {
+  if (value == objectName_) return;
+  objectName_ = value;
+  Changed();
+}
+
+void TQelRender::SetEnabled(bool value) {
+  if (value == enabled_) return;
+  enabled_ = value;
+  Changed();
+}
+
+void TQelRender::SetCached(bool value) {
+  if (value == cached_) return;
+  cached_ = value;
+  if (!value) ClearCache();
+}
+
+void TQelRender::SetProjectionEnabled(bool value) {
+  if (!IsDesigning()) {
+    if (projectionEnabled_ && !value)
+      projectionMatrix_.reset();
+    else if (!projectionEnabled_ && value)
+      projectionMatrix_ = std::make_unique<TQelMatrix>();
+  }
+  projectionEnabled_ = value;
+}
+
+void TQelRender::SetCoordinates(TQelCoordinates* value) {
+  if (!value) return;
+  coordinates_->Assign(value);
+  coordinates_->OnChange = [this](TObject* Sender) { SubChange(Sender); };
+}
+
+void TQelRender::SetNode(TQelCustomNode* node) {
+  if (node) {
+    // Joining another node leaves this one on the way (Insert does that, and
+    // keeps an item the old node owns alive); joining the same one does nothing.
+    if (node != node_) node->Add(this);
+    return;
+  }
+  if (node_) {
+    // Leaving a node that owns this item destroys it.
+    auto life = GetLifeToken();
+    node_->Remove(this);
+    if (life.expired()) return;
+  }
+  node_ = nullptr;
+}
+
+void TQelRender::SetNodeDirect(TQelCustomNode* node) {
+  if (node_) {
+    auto life = GetLifeToken();
+    node_->Remove(this);
+    if (life.expired()) return;
+  }
+  node_ = node;
+}
+
+void TQelRender::SetView(TQelCustomView* view) {
+  if (view_) ClearCache();
+  view_ = view;
+  if (view) FreeNotification(view);
+}
+
+void TQelRender::OpenCache() {
+  if (!view_ || openRecordings > 0) return;
+  ClearCache();
+  displayList_ = glGenLists(1);
+  glNewList(displayList_, GL_COMPILE_AND_EXECUTE);
+  if (!glIsList(displayList_)) displayList_ = 0;
+  recording_ = displayList_ != 0;
+  if (recording_) ++openRecordings;
+}
+
+void TQelRender::CloseCache() {
+  // Ends exactly the recording OpenCache began, even when the list or the
+  // view was dropped in between: an open list would swallow all later drawing.
+  if (!recording_) return;
+  recording_ = false;
+  --openRecordings;
+  glEndList();
+}
+
+void TQelRender::CallCache() {
+  if (view_) glCallList(displayList_);
+}
+
+void TQelRender::ClearCache() {
+  if (!view_ || displayList_ == 0) return;
+  bool madeCurrent = false;
+  if (!view_->GetCurrent()) {
+    try {
+      view_->SetCurrent(true);
+    } catch (const EQelError&) {
+      // A context that cannot be made current keeps the list.
+    }
+    madeCurrent = view_->GetCurrent();
+  }
+  if (!view_->GetCurrent()) return;
+  glDeleteLists(displayList_, 1);
+  displayList_ = 0;
+  if (madeCurrent) view_->SetCurrent(false);
+}
+
+void TQelRender::Render(TQelCustomView* view) {
+  if (!enabled_) {
+    DoDisable(view);
+    return;
+  }
+  BeforeRender(view);
+  coordinates_->Render();
+  if (!view_ && cached_) {
+    SetView(view);
+    displayList_ = 0;
+  }
+  if (!IsMyView(view)) {
+    DoRender(view);
+  } else if (displayList_ == 0) {
+    if (cached_) OpenCache();
+    DoRender(view);
+    if (cached_) CloseCache();
+  } else {
+    CallCache();
+  }
+  AfterRender(view);
+}
+
+void TQelRender::BeforeRender(TQelCustomView* view) {
+  glPushMatrix();
+  if (OnTransform)
+    OnTransform(this);
+  else
+    transformation_->Execute();
+  if (projectionMatrix_) projectionMatrix_->PickGLModelviewMatrix();
+  if (OnBeforeRender) OnBeforeRender(view);
+}
+
+void TQelRender::AfterRender(TQelCustomView* view) {
+  if (OnAfterRender) OnAfterRender(view);
+  glPopMatrix();
+}
+
+void TQelRender::Disable(TQelCustomView* view) { DoDisable(view); }
+
+TQelMathVector TQelRender::ProjectVector(TQelTransformed* transformed,
+                                         const TQelMathVector& vector) {
+  TQelMathVector result = ZEROVEC;
+  if (projectionMatrix_ && transformed && transformed->GetProjectionMatrix())
+    result = projectionMatrix_->ProjectMatrix(*transformed->GetProjectionMatrix(), vector);
+  return result;
+}
+
+TQelMathVector TQelRender::ProjectVector(TQelCustomView* view, const TQelMathVector& vector) {
+  if (!view) return ZEROVEC;
+  return ProjectVector(static_cast<TQelTransformed*>(view->GetCamera()), vector);
+}
+
+void TQelRender::SubChange(TObject* Sender) { TQelTransformed::SubChange(Sender); }
+
+void TQelRender::Notification(TComponent* AComponent, TOperation Operation) {
+  TQelTransformed::Notification(AComponent, Operation);
+  if (Operation != opRemove || !AComponent) return;
+  if (AComponent == view_) SetView(nullptr);
+  if (AComponent == node_) {
+    // A dying node clears its own list in its destructor, destroying what it
+    // owns; leaving it from here would destroy this item in mid-notification.
+    if (node_->IsDestroying())
+      node_ = nullptr;
+    else
+      SetNode(nullptr);
+  }
+}
+
+void TQelRender::Assign(TPersistent* Source) {
+  if (auto* r = dynamic_cast<TQelRender*>(Source)) {
+    enabled_ = r->enabled_;
+    OnTransform = r->OnTransform;
+    objectName_ = r->objectName_;
+  }
+  TQelTransformed::Assign(Source);
+}
+
+// --- exchange: filled in by the exchange module ----------------------------
+
+void TQelCoordinates::WriteValues(IQelExchange* exchange) {
+  TQelRenderProperty::WriteValues(exchange);
+}
+
+void TQelCoordinates::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
+  TQelRenderProperty::ReadValues(exchange, tag);
+}
+
+void TQelRender::WriteValues(IQelExchange* exchange) { TQelTransformed::WriteValues(exchange); }
+
+void TQelRender::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
+  TQelTransformed::ReadValues(exchange, tag);
+}
+
+TPersistent* TQelRender::ReadComp(IQelExchange* exchange, TXMLTag* tag) {
+  return TQelTransformed::ReadComp(exchange, tag);
+}

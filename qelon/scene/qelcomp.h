@@ -1,0 +1,206 @@
+#pragma once
+// The bases of everything that can be drawn into a view and the render
+// protocol they share: push, transformation, axes, draw (or replay the
+// display list), after, pop.
+#include <GL/gl.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "qelon/math/qelclass.h"
+#include "qelon/math/qelmatrix.h"
+#include "qelon/math/qeltransformation.h"
+#include "qelon/platform/qelcomponent.h"
+#include "qelon/scene/qelcustomview.h"
+
+class IQelExchange;
+class TXMLTag;
+class TQelCustomNode;
+
+using TQelRenderEvent = std::function<void(TQelCustomView* aView)>;
+
+// A component that reports its own changes through OnChange. A node installs
+// its SubChange here, so OnChange is also the upward link of change
+// notification in a scene tree.
+class TQelComponent : public TComponent {
+  QEL_CLASS(TQelComponent)
+public:
+  explicit TQelComponent(TComponent* AOwner);
+
+  TNotifyEvent OnChange;
+  virtual void Changed();
+
+  // Exchange with scene files; the exchange module gives these their bodies.
+  virtual void WriteValues(IQelExchange* exchange) {}
+  virtual void ReadValues(IQelExchange* exchange, TXMLTag* tag) {}
+  virtual void WriteComp(IQelExchange* exchange, const std::string& tagName) {}
+  // The object standing for the child tag, or none for an unknown tag.
+  virtual TPersistent* ReadComp(IQelExchange* exchange, TXMLTag* tag) { return nullptr; }
+  virtual void ReadRef(IQelExchange* exchange) {}
+
+  // Copies the source's OnChange handler itself, then signals a change.
+  void Assign(TPersistent* Source) override;
+
+  // Expires when this component is destroyed, so that code which calls out
+  // (and may thereby destroy it) can tell afterwards.
+  std::weak_ptr<const void> GetLifeToken() const { return life_; }
+
+private:
+  std::shared_ptr<const void> life_ = std::make_shared<char>();
+};
+
+// A component placed by an owned transformation.
+class TQelTransformed : public TQelComponent {
+  QEL_CLASS(TQelTransformed)
+public:
+  explicit TQelTransformed(TComponent* AOwner);
+  ~TQelTransformed() override;
+
+  TQelTransformation* GetTransformation() const { return transformation_.get(); }
+  // Copies value into the owned transformation; null is ignored.
+  void SetTransformation(TQelTransformation* value);
+  // The modelview matrix read at the last render, or none.
+  TQelMatrix* GetProjectionMatrix() const { return projectionMatrix_.get(); }
+
+  // Handler of owned sub-properties (and, in nodes, of their items).
+  virtual void SubChange(TObject* Sender);
+  void Assign(TPersistent* Source) override;
+
+protected:
+  void WireTransformation();
+  std::unique_ptr<TQelTransformation> transformation_;
+  std::unique_ptr<TQelMatrix> projectionMatrix_;
+};
+
+// The three coloured axes of a local frame, positive halves solid and
+// negative halves stippled.
+class TQelCoordinates : public TQelRenderProperty {
+  QEL_CLASS(TQelCoordinates)
+public:
+  TQelCoordinates();
+
+  bool GetVisible() const { return visible_; }
+  void SetVisible(bool value);
+  float GetLength() const { return length_; }
+  void SetLength(float value);
+  // Axis 0 = X, 1 = Y, 2 = Z; other indices are ignored (read as 0).
+  TColor GetColor(int index) const;
+  void SetColor(int index, TColor value);
+  TColor GetColorX() const { return GetColor(0); }
+  TColor GetColorY() const { return GetColor(1); }
+  TColor GetColorZ() const { return GetColor(2); }
+  void SetColorX(TColor c) { SetColor(0, c); }
+  void SetColorY(TColor c) { SetColor(1, c); }
+  void SetColorZ(TColor c) { SetColor(2, c); }
+
+  void Render() override;
+  void Clear() override;
+  void Assign(TPersistent* Source) override;
+
+  void WriteValues(IQelExchange* exchange) override;
+  void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
+
+private:
+  void DrawAxes(float sign);
+  bool visible_ = false;
+  float length_ = 1.0f;
+  TColor colors_[3] = {0x0000FF, 0x00FF00, 0xFF0000};
+};
+
+// A drawable component: enabled flag, object name, node link, optional
+// display-list cache for one view, render events and local axes.
+class TQelRender : public TQelTransformed {
+  QEL_CLASS(TQelRender)
+public:
+  explicit TQelRender(TComponent* AOwner);
+  ~TQelRender() override;
+
+  const std::string& GetObjectName() const { return objectName_; }
+  void SetObjectName(const std::string& value);
+  bool GetEnabled() const { return enabled_; }
+  void SetEnabled(bool value);
+  bool GetCached() const { return cached_; }
+  virtual void SetCached(bool value);
+  bool GetProjectionEnabled() const { return projectionEnabled_; }
+  void SetProjectionEnabled(bool value);
+  TQelCoordinates* GetCoordinates() const { return coordinates_.get(); }
+  void SetCoordinates(TQelCoordinates* value);
+
+  // When set, replaces the execution of the transformation.
+  TNotifyEvent OnTransform;
+  TQelRenderEvent OnBeforeRender;
+  TQelRenderEvent OnAfterRender;
+
+  // The node whose list holds this item directly, or none.
+  TQelCustomNode* GetNode() const { return node_; }
+  // Leaves the current node and, when node is given, joins it with Add.
+  void SetNode(TQelCustomNode* node);
+  // Leaves the current node and stores node; the node's Insert calls this.
+  void SetNodeDirect(TQelCustomNode* node);
+
+  // The display-list cache: the one view it was recorded for and the list.
+  TQelCustomView* GetView() const { return view_; }
+  virtual void SetView(TQelCustomView* view);
+  GLuint GetDisplayList() const { return displayList_; }
+  bool IsMyView(TQelCustomView* view) const { return view && view == view_; }
+  void OpenCache();
+  void CloseCache();
+  void CallCache();
+  // Deletes the list in the cache view's context, making that context
+  // current for the call when it is not. Keeps the list when it cannot.
+  void ClearCache();
+
+  // The render protocol and its steps.
+  virtual void Render(TQelCustomView* view);
+  virtual void BeforeRender(TQelCustomView* view);
+  virtual void DoRender(TQelCustomView* view) {}
+  virtual void AfterRender(TQelCustomView* view);
+  virtual void DoDisable(TQelCustomView* view) {}
+  virtual void Disable(TQelCustomView* view);
+
+  // vector carried from transformed's frame into this component's frame, as
+  // both were at their last render; the zero vector unless both have a
+  // projection matrix.
+  virtual TQelMathVector ProjectVector(TQelTransformed* transformed, const TQelMathVector& vector);
+  // The same through the view's camera.
+  virtual TQelMathVector ProjectVector(TQelCustomView* view, const TQelMathVector& vector);
+
+  void SubChange(TObject* Sender) override;
+  void Notification(TComponent* AComponent, TOperation Operation) override;
+  void Assign(TPersistent* Source) override;
+
+  void WriteValues(IQelExchange* exchange) override;
+  void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
+  TPersistent* ReadComp(IQelExchange* exchange, TXMLTag* tag) override;
+
+private:
+  std::string objectName_;
+  bool enabled_ = true;
+  TQelCustomView* view_ = nullptr;
+  GLuint displayList_ = 0;
+  bool recording_ = false;
+  bool cached_ = false;
+  TQelCustomNode* node_ = nullptr;
+  bool projectionEnabled_ = false;
+  std::unique_ptr<TQelCoordinates> coordinates_;
+};
+
+// The abstract container a render component can belong to; TQelNode gives
+// it its item list.
+class TQelCustomNode : public TQelRender {
+  QEL_CLASS(TQelCustomNode)
+public:
+  using TQelRender::TQelRender;
+
+  virtual int32_t Remove(TQelRender* item) = 0;
+  virtual int32_t Add(TQelRender* item) = 0;
+  virtual int32_t AddIndirect(TQelRender* item) = 0;
+  virtual void Insert(int32_t index, TQelRender* item) = 0;
+  virtual void Delete(int32_t index) = 0;
+  virtual void Exchange(int32_t index1, int32_t index2) = 0;
+  virtual void Move(int32_t curIndex, int32_t newIndex) = 0;
+  virtual int32_t IndexOf(const TQelRender* item) const = 0;
+  virtual void Clear() = 0;
+};
