@@ -1,0 +1,148 @@
+#include "qellight.h"
+
+#include "qelon/scene/qelobj.h"
+
+const char* const TLightIDStr[8] = {"idLight0", "idLight1", "idLight2", "idLight3",
+                                    "idLight4", "idLight5", "idLight6", "idLight7"};
+const char* const TLightKindStr[3] = {"lkPoint", "lkDirection", "lkSpot"};
+const char* const TQelClipIdsStr[6] = {"idClipPlane0", "idClipPlane1", "idClipPlane2",
+                                       "idClipPlane3", "idClipPlane4", "idClipPlane5"};
+
+// --- TQelLight ----------------------------------------------------------------
+
+TQelLight::TQelLight(TComponent* AOwner) : TQelRender(AOwner) {
+  ambient_ = std::make_unique<TQelColor>();
+  ambient_->SetColor(0);
+  diffuse_ = std::make_unique<TQelColor>();
+  specular_ = std::make_unique<TQelColor>();
+  direction_ = std::make_unique<TQelDirection>();
+  Wire(ambient_.get());
+  Wire(diffuse_.get());
+  Wire(specular_.get());
+  Wire(direction_.get());
+}
+
+void TQelLight::Wire(TQelProperty* p) {
+  p->OnChange = [this](TObject* s) { SubChange(s); };
+}
+
+void TQelLight::SetID(TLightID value) {
+  if (value == id_) return;
+  id_ = value;
+  Changed();
+}
+
+unsigned TQelLight::GetLightID() const { return GL_LIGHT0 + id_; }
+
+void TQelLight::SetAmbient(TQelColor* c) { if (c) { ambient_->Assign(c); Wire(ambient_.get()); } }
+void TQelLight::SetDiffuse(TQelColor* c) { if (c) { diffuse_->Assign(c); Wire(diffuse_.get()); } }
+void TQelLight::SetSpecular(TQelColor* c) {
+  if (c) { specular_->Assign(c); Wire(specular_.get()); }
+}
+void TQelLight::SetDirection(TQelDirection* d) {
+  if (d) { direction_->Assign(d); Wire(direction_.get()); }
+}
+
+void TQelLight::SetKind(TLightKind value) {
+  if (value == kind_) return;
+  kind_ = value;
+  cutOff_ = kind_ == lkSpot ? 90.0f : 180.0f;
+  Changed();
+}
+
+void TQelLight::SetCutOff(float value) {
+  if (value == cutOff_) return;
+  if (kind_ != lkSpot)
+    value = 180.0f;
+  else if (value < 0.0f)
+    value = 0.0f;
+  else if (value > 90.0f)
+    value = 90.0f;
+  cutOff_ = value;
+  Changed();
+}
+
+void TQelLight::DoRender(TQelCustomView* view) {
+  TQelRender::DoRender(view);
+  const GLenum light = GetLightID();
+  glEnable(light);
+  float rgba[4];
+  ambient_->GetParams(rgba);
+  glLightfv(light, GL_AMBIENT, rgba);
+  diffuse_->GetParams(rgba);
+  glLightfv(light, GL_DIFFUSE, rgba);
+  specular_->GetParams(rgba);
+  glLightfv(light, GL_SPECULAR, rgba);
+  // w = 0 puts a directional light infinitely far along its direction.
+  const TQelMathVector d = direction_->GetAsMathVector();
+  float position[4] = {0, 0, 0, 1};
+  if (kind_ == lkDirection) {
+    position[0] = static_cast<float>(d.x);
+    position[1] = static_cast<float>(d.y);
+    position[2] = static_cast<float>(d.z);
+    position[3] = 0;
+  }
+  glLightfv(light, GL_POSITION, position);
+  glLightf(light, GL_SPOT_CUTOFF, cutOff_);
+  if (kind_ == lkSpot) {
+    const float direction[4] = {static_cast<float>(d.x), static_cast<float>(d.y),
+                                static_cast<float>(d.z), 0};
+    glLightfv(light, GL_SPOT_DIRECTION, direction);
+  }
+}
+
+void TQelLight::DoDisable(TQelCustomView* view) { glDisable(GetLightID()); }
+
+void TQelLight::Assign(TPersistent* Source) {
+  if (auto* l = dynamic_cast<TQelLight*>(Source)) {
+    id_ = l->id_;
+    SetAmbient(l->ambient_.get());
+    SetDiffuse(l->diffuse_.get());
+    SetSpecular(l->specular_.get());
+    kind_ = l->kind_;
+    cutOff_ = l->cutOff_;
+    SetDirection(l->direction_.get());
+  }
+  TQelRender::Assign(Source);
+}
+
+// --- TQelClip -----------------------------------------------------------------
+
+TQelClip::TQelClip(TComponent* AOwner) : TQelRender(AOwner) {}
+
+void TQelClip::SetID(TQelClipIds value) {
+  if (value == id_) return;
+  id_ = value;
+  Changed();
+}
+
+double TQelClip::GetPlane(int index) const {
+  return index >= 0 && index < 4 ? plane_[index] : 0.0;
+}
+
+void TQelClip::SetPlane(int index, double value) {
+  if (index >= 0 && index < 4) plane_[index] = value;
+}
+
+void TQelClip::DoRender(TQelCustomView* view) {
+  glClipPlane(GL_CLIP_PLANE0 + id_, plane_);
+  glEnable(GL_CLIP_PLANE0 + id_);
+}
+
+void TQelClip::DoDisable(TQelCustomView* view) { glDisable(GL_CLIP_PLANE0 + id_); }
+
+void TQelClip::Assign(TPersistent* Source) {
+  if (auto* c = dynamic_cast<TQelClip*>(Source)) {
+    id_ = c->id_;
+    for (int i = 0; i < 4; ++i) plane_[i] = c->plane_[i];
+  }
+  TQelRender::Assign(Source);
+}
+
+namespace {
+const bool registered = [] {
+  RegisterRenderClass(QelClassOf<TQelLight>());
+  RegisterRenderClass(QelClassOf<TQelClip>());
+  return true;
+}();
+}  // namespace

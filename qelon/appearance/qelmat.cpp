@@ -1,0 +1,83 @@
+#include "qelmat.h"
+
+#include "qelon/appearance/qelappearancecache.h"
+#include "qelon/scene/qelobj.h"
+
+const char* const TMaterialFaceStr[3] = {"mfFront", "mfBack", "mfFrontBack"};
+
+namespace {
+TQelMaterial* lastRenderedMaterial = nullptr;
+const TColor kDefaultColors[4] = {0x333333, 0xCCCCCC, 0, 0};
+const GLenum kGLFace[3] = {GL_FRONT, GL_BACK, GL_FRONT_AND_BACK};
+const GLenum kGLPart[4] = {GL_AMBIENT, GL_DIFFUSE, GL_SPECULAR, GL_EMISSION};
+}  // namespace
+
+bool IsLastRenderedMaterial(TQelMaterial* material) { return material == lastRenderedMaterial; }
+void SetLastRenderedMaterial(TQelMaterial* material) { lastRenderedMaterial = material; }
+
+TQelMaterial::TQelMaterial(TComponent* AOwner) : TQelRender(AOwner) {
+  for (int i = 0; i < 4; ++i) {
+    colors_[i] = std::make_unique<TQelColor>();
+    colors_[i]->SetColor(kDefaultColors[i]);
+    colors_[i]->OnChange = [this](TObject* s) { SubChange(s); };
+  }
+  SetShininess(0);
+}
+
+TQelMaterial::~TQelMaterial() {
+  if (lastRenderedMaterial == this) lastRenderedMaterial = nullptr;
+}
+
+void TQelMaterial::SetFace(TMaterialFace value) {
+  if (value == face_) return;
+  face_ = value;
+  Changed();
+}
+
+TQelColor* TQelMaterial::GetPartColor(int index) const {
+  return index >= 1 && index <= 4 ? colors_[index - 1].get() : nullptr;
+}
+
+void TQelMaterial::SetPartColor(int index, TQelColor* value) {
+  TQelColor* part = GetPartColor(index);
+  if (!part || !value) return;
+  part->Assign(value);
+  // Assign hands the source's handler over on purpose; the material keeps
+  // listening to its own colour.
+  part->OnChange = [this](TObject* s) { SubChange(s); };
+}
+
+void TQelMaterial::SetShininess(int32_t value) {
+  if (value == shininess_ || value < 0 || value > 128) return;
+  shininess_ = value;
+  Changed();
+}
+
+void TQelMaterial::DoRender(TQelCustomView* view) {
+  if (IsLastRenderedMaterial(this) && !QelAppearanceRecording()) return;
+  TQelRender::DoRender(view);
+  SetLastRenderedMaterial(this);
+  const GLenum face = kGLFace[face_];
+  for (int i = 0; i < 4; ++i) {
+    float rgba[4];
+    colors_[i]->GetParams(rgba);
+    glMaterialfv(face, kGLPart[i], rgba);
+  }
+  glMateriali(face, GL_SHININESS, shininess_);
+}
+
+void TQelMaterial::Assign(TPersistent* Source) {
+  if (auto* m = dynamic_cast<TQelMaterial*>(Source)) {
+    face_ = m->face_;
+    for (int i = 1; i <= 4; ++i) SetPartColor(i, m->GetPartColor(i));
+    shininess_ = m->shininess_;
+  }
+  TQelRender::Assign(Source);
+}
+
+namespace {
+const bool registered = [] {
+  RegisterRenderClass(QelClassOf<TQelMaterial>());
+  return true;
+}();
+}  // namespace
