@@ -17,6 +17,8 @@
 #include "qelon/scene/qelobj.h"
 #include "qelon/view/qelcam.h"
 #include "qelon/geometry/qelprimclasses.h"
+#include "qelon/geometry/qelprimitiveobj.h"
+#include "qelon/geometry/qelbox.h"
 #include "qelon/appearance/qelmat.h"
 #include "qelon/appearance/qelattr.h"
 #include "qelon/appearance/qellight.h"
