@@ -272,6 +272,7 @@ void TQelPrimitiveObj::Quietly(Fn fn) {
 }
 
 void TQelPrimitiveObj::FreeArray(TQelPrimitiveArray* array) {
+  ++freedArrays_;
   array->OnChange = nullptr;
   delete array;
 }
@@ -947,10 +948,17 @@ void TQelPrimitiveObj::DoRender(TQelCustomView* view) {
   for (int32_t k = 0; k < GetPrimitiveCount(); ++k) {
     TQelPrimitiveArray* a = arrays_[static_cast<size_t>(k)];
     if (!a->GetEnabled()) continue;
+    // The appearance runs user events; should one free lists, a is gone
+    // and the rest of this frame is skipped.
+    const uint32_t freed = freedArrays_;
     if (TQelAttributes* attributes = a->GetAttributes()) attributes->Render(view);
+    if (freed != freedArrays_) break;
     if (TQelMaterial* material = a->GetMaterial()) material->Render(view);
-    if (a->GetTextured()) {
+    if (freed != freedArrays_) break;
+    if (a->GetTextured())
       if (TQelTexture* texture = a->GetTexture()) texture->Render(view);
+    if (freed != freedArrays_) break;
+    if (a->GetTextured()) {
       glEnable(GL_TEXTURE_2D);
       if (textureFlags_->GetEnvMapping()) {
         glTexGeni(GL_S, GL_TEXTURE_GEN_MODE, GL_SPHERE_MAP);

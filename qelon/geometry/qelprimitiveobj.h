@@ -227,4 +227,5 @@ private:
   TQelStoreMode storeMode_ = smDefault;
   bool quiet_ = false;
   bool changedQuietly_ = false;
+  uint32_t freedArrays_ = 0;  // counts lists freed, so that drawing notices
 };

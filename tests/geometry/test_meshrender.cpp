@@ -160,6 +160,20 @@ TEST_F(MeshRender, ClientArraysFrameTheListsAndBadListsAreNotDrawn) {
   EXPECT_LT(at("glColor4fv"), at("glVertexPointer"));
 }
 
+TEST_F(MeshRender, AnAppearanceEventThatFreesTheListsEndsTheFrameSafely) {
+  TQelPrimitiveObj m(nullptr);
+  BuildLists(m);
+  TQelMaterial wiper(nullptr);
+  wiper.OnBeforeRender = [&](TQelCustomView*) { m.ClearPrimitives(); };
+  m.GetPrimitive(0)->SetMaterial(&wiper);
+  TNamesView view(false);
+  GLRecorder rec;
+  m.Render(&view);
+  EXPECT_EQ(rec.Count("glDrawElements"), 0);
+  EXPECT_EQ(rec.Count("glPushMatrix"), rec.Count("glPopMatrix"));
+  EXPECT_EQ(m.GetPrimitiveCount(), 0);
+}
+
 TEST_F(MeshRender, TheFirstRenderGeneratesTheMesh) {
   TQelBox box(nullptr);
   TNamesView view(false);
