@@ -28,9 +28,13 @@ TQelTransformed::TQelTransformed(TComponent* AOwner)
 
 TQelTransformed::~TQelTransformed() = default;
 
-void TQelTransformed::WireTransformation() {
-  transformation_->OnChange = [this](TObject* Sender) { SubChange(Sender); };
+TNotifyEvent TQelTransformed::SubChangeHandler() {
+  return [this, life = GetLifeToken()](TObject* Sender) {
+    if (!life.expired()) SubChange(Sender);
+  };
 }
+
+void TQelTransformed::WireTransformation() { transformation_->OnChange = SubChangeHandler(); }
 
 void TQelTransformed::SetTransformation(TQelTransformation* value) {
   if (!value) return;
@@ -135,7 +139,7 @@ int openRecordings = 0;
 
 TQelRender::TQelRender(TComponent* AOwner)
     : TQelTransformed(AOwner), coordinates_(std::make_unique<TQelCoordinates>()) {
-  coordinates_->OnChange = [this](TObject* Sender) { SubChange(Sender); };
+  coordinates_->OnChange = SubChangeHandler();
 }
 
 TQelRender::~TQelRender() {
@@ -177,7 +181,7 @@ void TQelRender::SetProjectionEnabled(bool value) {
 void TQelRender::SetCoordinates(TQelCoordinates* value) {
   if (!value) return;
   coordinates_->Assign(value);
-  coordinates_->OnChange = [this](TObject* Sender) { SubChange(Sender); };
+  coordinates_->OnChange = SubChangeHandler();
 }
 
 void TQelRender::SetNode(TQelCustomNode* node) {
@@ -222,8 +226,8 @@ void TQelRender::OpenCache() {
 }
 
 void TQelRender::CloseCache() {
-  // Ends exactly the recording OpenCache began, even when the list or the
-  // view was dropped in between: an open list would swallow all later drawing.
+  // Ends exactly the recording OpenCache began, even when the list, the view
+  // or the cached flag changed in between.
   if (!recording_) return;
   recording_ = false;
   --openRecordings;
@@ -266,8 +270,13 @@ void TQelRender::Render(TQelCustomView* view) {
     DoRender(view);
   } else if (displayList_ == 0) {
     if (cached_) OpenCache();
+    // The recording ends however DoRender leaves: an open list would
+    // swallow all later drawing.
+    struct EndRecording {
+      TQelRender* render;
+      ~EndRecording() { render->CloseCache(); }
+    } end{this};
     DoRender(view);
-    if (cached_) CloseCache();
   } else {
     CallCache();
   }

@@ -69,6 +69,9 @@ public:
   void Assign(TPersistent* Source) override;
 
 protected:
+  // Calls SubChange while this component lives. Assign hands handlers on to
+  // other objects; a copy that outlives this component then does nothing.
+  TNotifyEvent SubChangeHandler();
   void WireTransformation();
   std::unique_ptr<TQelTransformation> transformation_;
   std::unique_ptr<TQelMatrix> projectionMatrix_;

@@ -112,7 +112,7 @@ void TQelNode::Insert(int32_t index, TQelRender* item) {
   if (takeOver) InsertComponent(item);
   index = std::clamp(index, 0, GetCount());  // leaving this node may have shortened the list
   entries_.insert(entries_.begin() + index, {item, false});
-  item->OnChange = [this](TObject* Sender) { SubChange(Sender); };
+  item->OnChange = SubChangeHandler();
   Notify(item, opInsert);
   ClearCachesUpward();
 }
@@ -239,6 +239,7 @@ void TQelNode::DoTraverse(TObject* Sender, int32_t Level, const TQelTraverseEven
   if (stop) return;
   for (int32_t i = 0; i < GetCount(); ++i) {
     TQelRender* item = entries_[i].item;
+    if (!item) continue;
     if (each) each(Sender, item, Level);
     if (auto* node = dynamic_cast<TQelNode*>(item)) node->DoTraverse(Sender, Level + 1, up, each, down);
   }
@@ -299,7 +300,7 @@ TQelObject::TQelObject(TComponent* AOwner)
 TQelObject::~TQelObject() { Destroying(); }
 
 void TQelObject::WireColor() {
-  color_->OnChange = [this](TObject* Sender) { SubChange(Sender); };
+  color_->OnChange = SubChangeHandler();
 }
 
 void TQelObject::SetObjectID(int32_t value) {

@@ -155,6 +155,24 @@ TEST_F(QelGLTest, NestedCachedNodesRecordOneListAtATime) {
   EXPECT_EQ(Error(), GLenum(GL_NO_ERROR));
 }
 
+TEST_F(QelGLTest, ARecordingEndsEvenWhenDrawingThrows) {
+  TTestView view(context.get());
+  TQelNode failing(nullptr);
+  failing.SetCached(true);
+  failing.OnRender = [](TQelCustomView*) { throw std::runtime_error("drawing failed"); };
+  EXPECT_THROW(failing.Render(&view), std::runtime_error);
+  GLint open = -1;
+  glGetIntegerv(GL_LIST_INDEX, &open);
+  EXPECT_EQ(open, 0);
+  glPopMatrix();  // the failed render left its push behind
+
+  TQelNode next(nullptr);  // caching still works afterwards
+  next.SetCached(true);
+  next.Render(&view);
+  EXPECT_NE(next.GetDisplayList(), 0u);
+  EXPECT_EQ(Error(), GLenum(GL_NO_ERROR));
+}
+
 TEST_F(QelGLTest, ALeafKeepsReplayingItsListWhenItChangesItself) {
   TTestView view(context.get());
   TQelObject obj(nullptr);

@@ -386,15 +386,6 @@ TEST(Node, TraverseWalksDownEachAndUpAndABreakSkipsOneBranch) {
   EXPECT_EQ(log, (Names{"up a 1", "up b 1", "up top 0"}));
 }
 
-TEST(Node, ANodeHearsOfComponentsItOwnsAndWatches) {
-  TQelNode node(nullptr);
-  NotifyLog log(node);
-  auto* made = new TQelObject(nullptr);
-  made->SetObjectName("made");
-  node.InsertComponent(made);
-  EXPECT_EQ(log.log, Names{"insert made"});
-}
-
 // --- the registry ----------------------------------------------------------
 
 class TQelRegistryProbe : public TQelObject {

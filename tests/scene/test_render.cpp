@@ -218,24 +218,6 @@ TEST(Render, ProjectionWhileDesigningStoresTheFlagOnly) {
   EXPECT_EQ(a.ProjectVector(static_cast<TQelTransformed*>(&b), ToVec(1, 2, 3)), ZEROVEC);
 }
 
-TEST(Render, DefaultsOfANewComponent) {
-  TMarker m(nullptr);
-  EXPECT_TRUE(m.GetEnabled());
-  EXPECT_FALSE(m.GetCached());
-  EXPECT_EQ(m.GetView(), nullptr);
-  EXPECT_EQ(m.GetNode(), nullptr);
-  EXPECT_EQ(m.GetDisplayList(), 0u);
-  EXPECT_FALSE(m.GetProjectionEnabled());
-  EXPECT_EQ(m.GetObjectName(), "");
-  const TQelCoordinates* axes = m.GetCoordinates();
-  EXPECT_FALSE(axes->GetVisible());
-  EXPECT_EQ(axes->GetLength(), 1.0f);
-  EXPECT_EQ(axes->GetColorX(), 0x0000FFu);
-  EXPECT_EQ(axes->GetColorY(), 0x00FF00u);
-  EXPECT_EQ(axes->GetColorZ(), 0xFF0000u);
-  EXPECT_EQ(axes->GetColor(3), 0u);
-}
-
 TEST(Render, ChangesOfOwnedPropertiesReachOnChange) {
   TMarker m(nullptr);
   std::vector<TObject*> senders;
@@ -291,22 +273,6 @@ TEST(Render, AssignCopiesEnabledOnTransformNameAndPlacementButNotCacheOrEvents) 
   target.GetTransformation()->GetTranslation()->SetZ(9);
   EXPECT_EQ(changes, 2);
   EXPECT_EQ(source.GetTransformation()->GetTranslation()->GetZ(), 3.0f);
-}
-
-TEST(Render, CoordinatesAssignCopiesAllFiveValues) {
-  TQelCoordinates a, b;
-  int changes = 0;
-  b.OnChange = [&](TObject*) { ++changes; };
-  a.SetVisible(true);
-  a.SetLength(3);
-  a.SetColorX(1);
-  a.SetColorY(2);
-  a.SetColorZ(3);
-  b.Assign(&a);
-  EXPECT_TRUE(b.GetVisible());
-  EXPECT_EQ(b.GetLength(), 3.0f);
-  EXPECT_EQ(b.GetColorX() + b.GetColorY() + b.GetColorZ(), 6u);
-  EXPECT_EQ(changes, 1);
 }
 
 }  // namespace
