@@ -19,6 +19,8 @@
 #include "qelon/view/qelcam.h"
 #include "qelon/view/qelview.h"
 #include "qelon/geometry/qelprimclasses.h"
+#include "qelon/geometry/qelprimitiveobj.h"
+#include "qelon/geometry/qelbox.h"
 #include "qelon/appearance/qelmat.h"
 #include "qelon/appearance/qelattr.h"
 #include "qelon/appearance/qellight.h"

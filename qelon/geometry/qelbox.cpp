@@ -1,0 +1,71 @@
+#include "qelbox.h"
+
+#include <GL/gl.h>
+
+namespace {
+
+struct Face {
+  TQelMathVector normal;
+  // The corners counter-clockwise from outside, as signs of the half sizes.
+  int corner[4][3];
+};
+
+constexpr Face kFaces[6] = {
+    {{0, 0, 1}, {{-1, -1, 1}, {1, -1, 1}, {1, 1, 1}, {-1, 1, 1}}},          // front
+    {{0, 0, -1}, {{1, -1, -1}, {-1, -1, -1}, {-1, 1, -1}, {1, 1, -1}}},     // back
+    {{-1, 0, 0}, {{-1, -1, -1}, {-1, -1, 1}, {-1, 1, 1}, {-1, 1, -1}}},     // left
+    {{1, 0, 0}, {{1, -1, 1}, {1, -1, -1}, {1, 1, -1}, {1, 1, 1}}},          // right
+    {{0, 1, 0}, {{-1, 1, 1}, {1, 1, 1}, {1, 1, -1}, {-1, 1, -1}}},          // top
+    {{0, -1, 0}, {{-1, -1, -1}, {1, -1, -1}, {1, -1, 1}, {-1, -1, 1}}},     // bottom
+};
+
+constexpr double kTexture[4][2] = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
+
+}  // namespace
+
+TQelBox::TQelBox(TComponent* AOwner) : TQelPrimitiveObj(AOwner) {}
+
+void TQelBox::SetSize(double& field, double value) {
+  if (!(value > 0) || value == field) return;
+  field = value;
+  SetInited(false);
+  Changed();
+}
+
+void TQelBox::SetWidth(double value) { SetSize(width_, value); }
+void TQelBox::SetHeight(double value) { SetSize(height_, value); }
+void TQelBox::SetDepth(double value) { SetSize(depth_, value); }
+
+void TQelBox::InitPoints() {
+  TQelPrimitivePoints* points = GetPoints();
+  const double half[3] = {width_ / 2, height_ / 2, depth_ / 2};
+  for (const Face& face : kFaces)
+    for (int c = 0; c < 4; ++c) {
+      const TQelMathVector p{face.corner[c][0] * half[0], face.corner[c][1] * half[1],
+                             face.corner[c][2] * half[2]};
+      const int32_t i = points->Add(p, face.normal, {kTexture[c][0], kTexture[c][1], 0});
+      points->SetFlag(i, TQelPrimitivePoints::PositionLinkBit, true);
+    }
+}
+
+void TQelBox::InitPrimitives() {
+  const int32_t list = AddPrimitiveArray(GL_TRIANGLES);
+  for (int32_t f = 0; f < 6; ++f)
+    for (int32_t corner : {0, 1, 2, 0, 2, 3}) AddIndex(4 * f + corner, list);
+}
+
+void TQelBox::Assign(TPersistent* Source) {
+  if (auto* box = dynamic_cast<TQelBox*>(Source)) {
+    width_ = box->width_;
+    height_ = box->height_;
+    depth_ = box->depth_;
+  }
+  TQelPrimitiveObj::Assign(Source);
+}
+
+namespace {
+const bool boxRegistered = [] {
+  RegisterRenderClass(QelClassOf<TQelBox>());
+  return true;
+}();
+}  // namespace
