@@ -26,6 +26,7 @@
 #include <vector>
 
 #include <qelon/qelon.h>
+#include "qelon/platform/qelegl.h"
 
 namespace {
 
