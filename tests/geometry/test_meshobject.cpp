@@ -213,6 +213,33 @@ TEST(MeshObject, ADyingAppearanceLeavesTheObjectAndEveryListHoweverTheyGotIt) {
   EXPECT_EQ(m.GetTexture(), nullptr);
 }
 
+TEST(MeshObject, AMeshAndItsMaterialOwnedByOneNodeDieInEitherOrder) {
+  for (bool materialFirst : {true, false}) {
+    auto* node = new TQelNode(nullptr);
+    TQelMaterial* mat = materialFirst ? new TQelMaterial(node) : nullptr;
+    auto* box = new TQelBox(node);
+    if (!mat) mat = new TQelMaterial(node);
+    box->Init();
+    box->SetMaterial(mat);
+    node->Add(box);
+    int changes = 0;
+    node->OnChange = [&](TObject*) { ++changes; };
+    delete node;  // under AddressSanitizer: no access to the dead
+  }
+  // The material dies first while the mesh lives on in the node.
+  TQelNode node(nullptr);
+  auto* box = new TQelBox(&node);
+  node.Add(box);
+  box->Init();
+  auto* mat = new TQelMaterial(nullptr);
+  box->SetMaterial(mat);
+  int changes = 0;
+  node.OnChange = [&](TObject*) { ++changes; };
+  delete mat;
+  EXPECT_EQ(box->GetPrimitive(0)->GetMaterial(), nullptr);
+  EXPECT_EQ(changes, 1);
+}
+
 TEST(MeshObject, TextureFlagsAreCopiedAndStayWiredToTheObject) {
   TQelPrimitiveObj m(nullptr);
   TQelTextureFlags flags;

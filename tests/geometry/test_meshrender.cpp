@@ -123,6 +123,35 @@ TEST_F(MeshRender, EachListDrawsWithItsAttributesMaterialTextureAndPickName) {
   EXPECT_EQ(Error(), GLenum(GL_NO_ERROR));
 }
 
+TEST_F(MeshRender, APlainListInAPaintingViewMakesExactlyTheseCalls) {
+  TQelPrimitiveObj m(nullptr);
+  for (int i = 0; i < 3; ++i) m.GetPoints()->Add(i, i % 2, 0);
+  const int32_t list = m.AddPrimitiveArray(GL_TRIANGLES);
+  for (int32_t i : {0, 1, 2}) m.AddIndex(i, list);
+  m.SetInited(true);
+  TNamesView view(false);
+  GLRecorder rec;
+  m.Render(&view);
+  EXPECT_EQ(rec.Calls(), (Strings{
+                             "glPushMatrix()",
+                             "glColor4fv([1,1,1,1])",  // the object's white
+                             GLCall("glEnableClientState", GL_NORMAL_ARRAY),
+                             GLCall("glNormalPointer", GL_DOUBLE, 0, kPtr),
+                             GLCall("glDisable", GL_TEXTURE_2D),
+                             GLCall("glEnableClientState", GL_VERTEX_ARRAY),
+                             GLCall("glVertexPointer", 3, GL_DOUBLE, 0, kPtr),
+                             GLCall("glDisable", GL_TEXTURE_2D),
+                             kDraw,
+                             GLCall("glDisableClientState", GL_NORMAL_ARRAY),
+                             GLCall("glDisableClientState", GL_COLOR_ARRAY),
+                             GLCall("glDisableClientState", GL_TEXTURE_COORD_ARRAY),
+                             GLCall("glDisableClientState", GL_EDGE_FLAG_ARRAY),
+                             GLCall("glDisableClientState", GL_VERTEX_ARRAY),
+                             GLCall("glEdgeFlag", GL_TRUE),
+                             "glPopMatrix()",
+                         }));
+}
+
 TEST_F(MeshRender, WithoutEnvironmentMappingTextureGenerationIsSwitchedOff) {
   TQelPrimitiveObj m(nullptr);
   BuildLists(m);
