@@ -15,7 +15,7 @@ void QelForgetAppearanceState() {
 
 namespace {
 const bool hooked = [] {
-  QelOnListReplayed(&QelForgetAppearanceState);
+  QelOnDisplayListBoundary(&QelForgetAppearanceState);
   return true;
 }();
 }  // namespace

@@ -8,5 +8,6 @@
 bool QelAppearanceRecording();
 
 // Forgets the last-rendered material, attributes and texture, so the next
-// ones issue their state in full. Run after every display-list replay.
+// ones issue their state in full. Run by the view every frame, when a
+// display list starts recording and after every replay.
 void QelForgetAppearanceState();

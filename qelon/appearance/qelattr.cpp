@@ -1,6 +1,5 @@
 #include "qelattr.h"
 
-#include "qelon/appearance/qelappearancecache.h"
 #include "qelon/scene/qelobj.h"
 
 const char* const TQelPolygonModeStr[3] = {"pmPoint", "pmLine", "pmFill"};
@@ -99,8 +98,14 @@ void TQelAttributes::Changed() {
   if (lastRenderedAttributes == this) lastRenderedAttributes = nullptr;
 }
 
+void TQelAttributes::Render(TQelCustomView* view) {
+  // Already current, and the protocol around it would only push and pop.
+  if (IsLastRenderedAttributes(this) && GetRendersOnlyContent()) return;
+  TQelRender::Render(view);
+}
+
 void TQelAttributes::DoRender(TQelCustomView* view) {
-  if (IsLastRenderedAttributes(this) && !QelAppearanceRecording()) return;
+  if (IsLastRenderedAttributes(this)) return;
   SetLastRenderedAttributes(this);
   TQelRender::DoRender(view);
 

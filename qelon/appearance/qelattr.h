@@ -70,6 +70,7 @@ public:
   // A changed attributes component is issued again at its next render, even
   // within the frame.
   void Changed() override;
+  void Render(TQelCustomView* view) override;
   void DoRender(TQelCustomView* view) override;
   void Assign(TPersistent* Source) override;
 

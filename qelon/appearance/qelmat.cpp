@@ -1,6 +1,5 @@
 #include "qelmat.h"
 
-#include "qelon/appearance/qelappearancecache.h"
 #include "qelon/scene/qelobj.h"
 
 const char* const TMaterialFaceStr[3] = {"mfFront", "mfBack", "mfFrontBack"};
@@ -53,8 +52,14 @@ void TQelMaterial::SetShininess(int32_t value) {
   Changed();
 }
 
+void TQelMaterial::Render(TQelCustomView* view) {
+  // Already current, and the protocol around it would only push and pop.
+  if (IsLastRenderedMaterial(this) && GetRendersOnlyContent()) return;
+  TQelRender::Render(view);
+}
+
 void TQelMaterial::DoRender(TQelCustomView* view) {
-  if (IsLastRenderedMaterial(this) && !QelAppearanceRecording()) return;
+  if (IsLastRenderedMaterial(this)) return;
   TQelRender::DoRender(view);
   SetLastRenderedMaterial(this);
   const GLenum face = kGLFace[face_];

@@ -225,6 +225,8 @@ std::vector<void (*)()>& ListReplayHooks() {
 void TQelRender::OpenCache() {
   if (!view_ || openRecordings > 0) return;
   ClearCache();
+  // The list must not rely on state set before it: state caches forget.
+  for (void (*reset)() : ListReplayHooks()) reset();
   displayList_ = glGenLists(1);
   glNewList(displayList_, GL_COMPILE_AND_EXECUTE);
   if (!glIsList(displayList_)) displayList_ = 0;
@@ -251,7 +253,7 @@ void TQelRender::CallCache() {
 
 bool QelRecordingDisplayList() { return openRecordings > 0; }
 
-void QelOnListReplayed(void (*reset)()) { ListReplayHooks().push_back(reset); }
+void QelOnDisplayListBoundary(void (*reset)()) { ListReplayHooks().push_back(reset); }
 
 void TQelRender::ClearCache() {
   if (!view_ || displayList_ == 0) return;
@@ -268,6 +270,11 @@ void TQelRender::ClearCache() {
   glDeleteLists(displayList_, 1);
   displayList_ = 0;
   if (madeCurrent) view_->SetCurrent(false);
+}
+
+bool TQelRender::GetRendersOnlyContent() const {
+  return enabled_ && !cached_ && !OnTransform && !OnBeforeRender && !OnAfterRender &&
+         !coordinates_->GetVisible() && !projectionMatrix_;
 }
 
 void TQelRender::Render(TQelCustomView* view) {

@@ -24,9 +24,10 @@ using TQelRenderEvent = std::function<void(TQelCustomView* aView)>;
 
 // Whether a display list is being recorded now (recordings do not nest).
 bool QelRecordingDisplayList();
-// Registers a function run after every display-list replay: caches of GL
-// state that a list may have changed forget what they believe is current.
-void QelOnListReplayed(void (*reset)());
+// Registers a function run when a display list starts recording and after
+// every replay: caches of GL state forget what they believe is current, so
+// a list sets all the state it needs and nothing trusts state a list left.
+void QelOnDisplayListBoundary(void (*reset)());
 
 // A component that reports its own changes through OnChange. A node installs
 // its SubChange here, so OnChange is also the upward link of change
@@ -161,6 +162,12 @@ public:
   // Deletes the list in the cache view's context, making that context
   // current for the call when it is not. Keeps the list when it cannot.
   void ClearCache();
+
+  // Whether Render adds nothing around DoRender that anyone could notice:
+  // enabled, not cached, no events, no OnTransform, hidden axes and no
+  // projection matrix. Appearance that is already current then skips the
+  // protocol, which would only push and pop the matrix.
+  bool GetRendersOnlyContent() const;
 
   // The render protocol and its steps.
   virtual void Render(TQelCustomView* view);

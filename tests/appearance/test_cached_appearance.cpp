@@ -59,3 +59,37 @@ TEST_F(CachedAppearanceTest, AfterAReplayTheNextMaterialIsIssuedAgain) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(CachedAppearanceTest, AMaterialSharedWithinOneListIsRecordedOnce) {
+  auto* node = new TQelNode(&owner);
+  for (int i = 0; i < 3; ++i) {
+    auto* box = new TQelBox(node);
+    box->SetMaterial(blue);
+    node->Add(box);
+  }
+  node->SetCached(true);
+  NewFrame();
+  blue->Render(view.get());  // current before the recording starts
+  qeltest::GLRecorder rec;
+  node->Render(view.get());
+  EXPECT_EQ(rec.Count("glMaterialfv"), 4);  // once, inside the list
+  EXPECT_EQ(rec.Count("glNewList"), 1);
+}
+
+TEST_F(CachedAppearanceTest, AlreadyCurrentAppearanceSkipsTheWholeProtocolUnlessSomethingWatches) {
+  NewFrame();
+  blue->Render(view.get());
+  qeltest::GLRecorder rec;
+  blue->Render(view.get());
+  EXPECT_TRUE(rec.Calls().empty());  // no push and pop around nothing
+  int events = 0;
+  blue->OnBeforeRender = [&](TQelCustomView*) { ++events; };
+  blue->Render(view.get());
+  EXPECT_EQ(events, 1);  // with a listener the protocol runs as usual
+  EXPECT_EQ(rec.Count("glPushMatrix"), 1);
+  EXPECT_EQ(rec.Count("glMaterialfv"), 0);
+}
+
+}  // namespace
