@@ -123,6 +123,26 @@ TEST_F(ViewCycle, EveryFrameStartsWithFreshAppearanceAndPickNames) {
   EXPECT_EQ(rec.Count("glPushName"), 0);
 }
 
+TEST_F(ViewCycle, TexturesUploadOncePerContextAndBindOncePerFrame) {
+  TQelView* view = NewView();
+  TQelTexture texture(nullptr);
+  TBitmap bitmap(4, 4);
+  texture.SetBitmap(&bitmap);
+  view->OnRender = [&](TQelView* v) {
+    texture.Render(v);
+    texture.Render(v);  // skipped within the frame
+  };
+  GLRecorder rec;
+  view->Paint();
+  view->Paint();
+  EXPECT_EQ(rec.Count("glTexImage2D") + rec.Count("gluBuild2DMipmaps"), 1);
+  EXPECT_EQ(rec.Count("glBindTexture"), 2);  // once in each frame
+  EXPECT_FALSE(texture.GetNeedsUpload());
+  // A new context holds no images: the next render uploads again.
+  NewView();
+  EXPECT_TRUE(texture.GetNeedsUpload());
+}
+
 TEST_F(ViewCycle, PointQueriesAndBitmapsDoNotSwap) {
   TQelView* view = NewView();
   int* swaps = Count("SwapBuffers");
