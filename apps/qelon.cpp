@@ -1,19 +1,210 @@
-// The qelon program: prints what it is and checks that the library works.
+// The qelon program: renders the demo scene into a PNG without a display,
+// or shows it in a window that answers the mouse and the keyboard.
+//
+//   qelon                                  demo.png, then a window if there is a display
+//   qelon render [-o FILE] [--size WxH]    the picture only (default demo.png, 800x600)
+//   qelon view [--size WxH] [--frames N] [--exit-after SECONDS]
+#include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <exception>
+#include <string>
 
 #include <qelon/qelon.h>
 
-static int SelfCheck() {
-  TQelColor color;
-  color.SetParams(0.5f, 0, 0, 0.25f);
-  bool ok = (color.GetColor() == 128) && color.GetAlpha() == 0.25f;
-  std::printf("self-check: %s\n", ok ? "ok" : "FAILED");
-  return ok ? 0 : 1;
+#include "demoscene.h"
+
+namespace {
+
+const char* const kUsage =
+    "usage: qelon [render [-o FILE] [--size WxH] | view [--size WxH] [--frames N] "
+    "[--exit-after SECONDS] | --version | --help]\n"
+    "  render  draws the demo scene headless into a PNG file (default demo.png, 800x600)\n"
+    "  view    shows the demo scene in a window (needs a display)\n"
+    "  none    both: demo.png, then the window when a display exists\n";
+
+const char* const kKeys =
+    "keys: drag = turn the scene, arrows = move the camera, PgUp/PgDn = up/down, "
+    "R = reset, Esc/Q = quit";
+
+struct TOptions {
+  std::string output = "demo.png";
+  int width = 800, height = 600;
+  int frames = 0;          // view: stop after drawing this many frames (0: no limit)
+  double exitAfter = 0;    // view: stop after this many seconds (0: no limit)
+};
+
+// The demo scene in a view with a camera. The view goes first, while the
+// scene whose lists it holds still exists.
+class TDemo {
+public:
+  TDemo(int width, int height) {
+    BuildDemoScene(&scene_);
+    Reset();
+    view_.SetCaption("Qelon demo");
+    view_.SetSize(width, height);
+    view_.SetBackgroundColor(kDemoBackground);
+    view_.GetCoordinates()->SetVisible(true);
+    view_.GetCoordinates()->SetLength(2);
+    view_.SetCamera(&camera_);
+    view_.OnRender = [this](TQelView* v) {
+      scene_.Render(v);
+      ++frames;
+    };
+    scene_.OnChange = [this](TObject*) { view_.InvalidateGL(); };
+    view_.OnMouseDown = [this](TObject*, TMouseButton button, TShiftState, int32_t x, int32_t y) {
+      if (button == mbLeft) {
+        lastX_ = x;
+        lastY_ = y;
+      }
+    };
+    view_.OnMouseMove = [this](TObject*, TShiftState shift, int32_t x, int32_t y) {
+      if (!shift.Contains(ssLeft)) return;
+      TQelRotation* r = scene_.GetTransformation()->GetRotation();
+      r->SetY(r->GetY() + 0.4f * (x - lastX_));
+      r->SetX(r->GetX() + 0.4f * (y - lastY_));
+      lastX_ = x;
+      lastY_ = y;
+    };
+    view_.OnKeyDown = [this](TObject*, uint16_t& key, TShiftState) { Key(key); };
+    view_.OnClose = [this](TObject*) { closed = true; };
+  }
+
+  TQelView& View() { return view_; }
+  int frames = 0;
+  bool closed = false;
+
+private:
+  void Reset() {
+    PlaceDemoCamera(&camera_);
+    scene_.GetTransformation()->GetRotation()->SetOrder(roYXZ);  // drag turns about world y
+    scene_.GetTransformation()->GetRotation()->SetValues(0, 0, 0);
+  }
+
+  void Key(uint16_t key) {
+    // The camera's own axes: x points left, y down, z along the view.
+    TQelTransformation* t = camera_.GetTransformation();
+    const double step = 0.25;
+    switch (key) {
+      case VK_UP: t->MoveZ(step); break;
+      case VK_DOWN: t->MoveZ(-step); break;
+      case VK_LEFT: t->MoveX(step); break;
+      case VK_RIGHT: t->MoveX(-step); break;
+      case VK_PRIOR: t->MoveY(-step); break;
+      case VK_NEXT: t->MoveY(step); break;
+      case 'R': Reset(); break;
+      case 'Q':
+      case VK_ESCAPE: closed = true; break;
+      default: break;
+    }
+  }
+
+  TQelNode scene_{nullptr};
+  TQelPerspectiveCamera camera_{nullptr};
+  TQelView view_{nullptr};
+  int32_t lastX_ = 0, lastY_ = 0;
+};
+
+int Render(const TOptions& o) {
+  // Headless even where a display exists.
+  QelSetWindowSystem(QelEGLWindowSystem());
+  TDemo demo(o.width, o.height);
+  TBitmap bitmap(o.width, o.height);
+  if (!demo.View().GetImage(bitmap)) {
+    std::fprintf(stderr, "qelon render: nothing was drawn\n");
+    return 1;
+  }
+  bitmap.SaveToFile(o.output);
+  std::printf("wrote %s (%dx%d)\n", o.output.c_str(), o.width, o.height);
+  QelSetWindowSystem(nullptr);
+  return 0;
 }
 
+int View(const TOptions& o) {
+  TQelWindowSystem* ws = QelGLFWWindowSystem();
+  if (!ws) {
+    std::fprintf(stderr, "qelon view: no display to open a window on\n");
+    return 1;
+  }
+  QelSetWindowSystem(ws);
+  TDemo demo(o.width, o.height);
+  std::printf("%s\n", kKeys);
+  std::fflush(stdout);
+  demo.View().HandleNeeded();
+  demo.View().InvalidateGL();
+  const auto start = std::chrono::steady_clock::now();
+  while (!demo.closed) {
+    // Counting frames means drawing continuously; otherwise only on demand.
+    if (o.frames > 0) demo.View().InvalidateGL();
+    ws->WaitMessages(o.frames > 0 ? 0 : 0.1);
+    if (o.frames > 0 && demo.frames >= o.frames) break;
+    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+    if (o.exitAfter > 0 && elapsed.count() >= o.exitAfter) break;
+  }
+  std::printf("drew %d frames\n", demo.frames);
+  QelSetWindowSystem(nullptr);
+  return demo.frames > 0 ? 0 : 1;
+}
+
+bool ParseSize(const char* text, int& width, int& height) {
+  int w = 0, h = 0;
+  char rest = 0;
+  if (std::sscanf(text, "%dx%d%c", &w, &h, &rest) != 2 || w < 1 || h < 1 || w > 16384 || h > 16384)
+    return false;
+  width = w;
+  height = h;
+  return true;
+}
+
+// Reads the options after the command; false on anything it does not know.
+bool ParseOptions(int argc, char** argv, int first, TOptions& o) {
+  for (int i = first; i < argc; ++i) {
+    const std::string a = argv[i];
+    const bool hasValue = i + 1 < argc;
+    if ((a == "-o" || a == "--output") && hasValue) {
+      o.output = argv[++i];
+    } else if (a == "--size" && hasValue) {
+      if (!ParseSize(argv[++i], o.width, o.height)) return false;
+    } else if (a == "--frames" && hasValue) {
+      o.frames = std::atoi(argv[++i]);
+      if (o.frames < 1) return false;
+    } else if (a == "--exit-after" && hasValue) {
+      o.exitAfter = std::atof(argv[++i]);
+      if (!(o.exitAfter > 0)) return false;
+    } else {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
-  std::printf("%s %s\n", QelProductName().c_str(), QelProductVersion().c_str());
-  if (argc > 1 && std::strcmp(argv[1], "--version") == 0) return 0;
-  return SelfCheck();
+  const std::string command = argc > 1 ? argv[1] : "";
+  if (command == "--version") {
+    std::printf("%s %s\n", QelProductName().c_str(), QelProductVersion().c_str());
+    return 0;
+  }
+  if (command == "--help" || command == "-h") {
+    std::printf("%s", kUsage);
+    return 0;
+  }
+  TOptions options;
+  const bool known = command.empty() || command == "render" || command == "view";
+  if (!known || !ParseOptions(argc, argv, 2, options)) {
+    std::fprintf(stderr, "%s", kUsage);
+    return 2;
+  }
+  try {
+    if (command == "render") return Render(options);
+    if (command == "view") return View(options);
+    const int rendered = Render(options);
+    if (rendered != 0 || !QelGLFWWindowSystem()) return rendered;
+    return View(options);
+  } catch (const std::exception& e) {
+    std::fprintf(stderr, "qelon: %s\n", e.what());
+    return 1;
+  }
 }

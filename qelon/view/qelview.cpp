@@ -165,7 +165,7 @@ void TQelView::RecreateWnd() {
 // --- The GL connection ------------------------------------------------------------------
 
 void TQelView::OpenGLConnect() {
-  if (IsDesigning()) return;
+  if (IsDesigning() || GetActive()) return;
   TQelWindowSystem* ws = GetWindowSystem();
   ws_ = ws;
   dc_ = ws->GetDC(window_);
@@ -628,7 +628,11 @@ bool TQelView::GetImage(TBitmap& bitmap) {
   if (width <= 0 || height <= 0) return false;
 
   const uint8_t previous = GetDrawingMode();
+  const int32_t clientWidth = GetClientWidth(), clientHeight = GetClientHeight();
   TScopeExit restore([&] {
+    // Without a window context to share with, the lists recorded here die
+    // with the bitmap's context.
+    if (!rc_ && memoryRC_) DropCachedLists();
     ws_->ReleaseCurrent();
     if (memoryRC_) ws_->DeleteContext(memoryRC_);
     palette_.reset();
@@ -636,6 +640,8 @@ bool TQelView::GetImage(TBitmap& bitmap) {
     memoryRC_ = nullptr;
     memoryDC_ = nullptr;
     SetDrawingMode(previous);
+    // WinTo3D goes on with the window's last frame.
+    StoreClientSize(clientWidth, clientHeight);
   });
   SetDrawingMode(kBitmap);
   // A new context: textures upload again, appearance is applied in full.

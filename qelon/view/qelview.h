@@ -89,7 +89,7 @@ public:
   // Device context, pixel format, rendering context, display-list sharing
   // with the first view, and the initial state. Throws EQelError with
   // SQelGetDCFailed, SQelCreateContextFailed or SQelMakeCurrentFailed.
-  // Nothing while designing.
+  // Nothing while designing or when connected already.
   void OpenGLConnect();
   // Drops the display lists cached for this view, deletes the rendering
   // context and releases the device context. Nothing while designing.

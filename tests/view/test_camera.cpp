@@ -221,6 +221,26 @@ TEST_F(QelGLTest, LookAtRollsAboutTheViewingDirection) {
   for (int i = 0; i < 16; ++i) EXPECT_NEAR(a.Data()[i], b.Data()[i], 1e-5);
 }
 
+// With the camera's scale the movement axes point left, down and along the
+// view, and the picture stays unmirrored after moving and turning.
+TEST_F(QelGLTest, MovingAPlacedCameraKeepsItRightHanded) {
+  TQelPerspectiveCamera camera(nullptr);
+  TSizedView view(100, 100);
+  camera.TurnAt({0, 0, 5}, {0, 0, 0});
+  TQelTransformation* t = camera.GetTransformation();
+  t->MoveX(1);   // to the left
+  t->MoveY(-2);  // up
+  t->MoveZ(3);   // forwards
+  camera.Render(&view);
+  ExpectMatrixNear(GetMatrix(GL_MODELVIEW_MATRIX), LookAtMatrix({-1, 2, 2}, {-1, 2, 0}, {0, 1, 0}),
+                   1e-5, "moved");
+  t->TurnY(90);  // right-handed about its own y axis, which points down: now along +x
+  camera.Render(&view);
+  ExpectMatrixNear(GetMatrix(GL_MODELVIEW_MATRIX), LookAtMatrix({-1, 2, 2}, {0, 2, 2}, {0, 1, 0}),
+                   1e-5, "turned");
+  EXPECT_EQ(t->GetScale()->GetAsMathVector(), (TQelMathVector{-1, -1, -1}));
+}
+
 TEST_F(QelGLTest, TurnAtItselfLooksAlongMinusZ) {
   TQelPerspectiveCamera camera(nullptr);
   camera.TurnAt({1, 2, 3}, {1, 2, 3});

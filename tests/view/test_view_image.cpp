@@ -255,6 +255,12 @@ TEST_F(ViewPoint, WinTo3DAndWinFrom3DInvertEachOther) {
   TQelMathVector w = s.view->WinFrom3D({0, 0, 0});
   EXPECT_NEAR(w.x, o[0], 1e-4);
   EXPECT_NEAR(w.y, 100 - o[1], 1e-4);
+  // A picture of another size leaves the window's conversion as it was.
+  TBitmap other(50, 70);
+  ASSERT_TRUE(s.view->GetImage(other));
+  w = s.view->WinFrom3D({0, 0, 0});
+  EXPECT_NEAR(w.x, o[0], 1e-4);
+  EXPECT_NEAR(w.y, 100 - o[1], 1e-4);
 }
 
 }  // namespace
