@@ -3,40 +3,12 @@
 #include <GL/gl.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <numbers>
 
 namespace {
 
-// --- Shapes drawn with plain GL, until the mesh shapes take their place ------
-
-// An axis-aligned box centred on its origin.
-class TDemoBox : public TQelObject {
-public:
-  TDemoBox(TComponent* AOwner, float width, float height, float depth)
-      : TQelObject(AOwner), half_{width / 2, height / 2, depth / 2} {}
-
-  void DoRender(TQelCustomView* view) override {
-    TQelObject::DoRender(view);  // colour
-    const float x = half_[0], y = half_[1], z = half_[2];
-    glBegin(GL_QUADS);
-    glNormal3f(0, 0, 1);
-    glVertex3f(-x, -y, z); glVertex3f(x, -y, z); glVertex3f(x, y, z); glVertex3f(-x, y, z);
-    glNormal3f(0, 0, -1);
-    glVertex3f(x, -y, -z); glVertex3f(-x, -y, -z); glVertex3f(-x, y, -z); glVertex3f(x, y, -z);
-    glNormal3f(1, 0, 0);
-    glVertex3f(x, -y, z); glVertex3f(x, -y, -z); glVertex3f(x, y, -z); glVertex3f(x, y, z);
-    glNormal3f(-1, 0, 0);
-    glVertex3f(-x, -y, -z); glVertex3f(-x, -y, z); glVertex3f(-x, y, z); glVertex3f(-x, y, -z);
-    glNormal3f(0, 1, 0);
-    glVertex3f(-x, y, z); glVertex3f(x, y, z); glVertex3f(x, y, -z); glVertex3f(-x, y, -z);
-    glNormal3f(0, -1, 0);
-    glVertex3f(-x, -y, -z); glVertex3f(x, -y, -z); glVertex3f(x, -y, z); glVertex3f(-x, -y, z);
-    glEnd();
-  }
-
-private:
-  float half_[3];
-};
+// --- Shapes ---------------------------------------------------------------------
 
 // A sphere of latitude bands centred on its origin.
 class TDemoSphere : public TQelObject {
@@ -45,6 +17,7 @@ public:
 
   void DoRender(TQelCustomView* view) override {
     TQelObject::DoRender(view);
+    glDisable(GL_TEXTURE_2D);
     constexpr int kStacks = 18, kSlices = 32;
     const double pi = std::numbers::pi;
     for (int i = 0; i < kStacks; ++i) {
@@ -66,38 +39,38 @@ private:
   float radius_;
 };
 
-// A square pyramid standing on its origin.
-class TDemoPyramid : public TQelObject {
+// A square pyramid standing on its origin: a mesh shape, made the way every
+// shape is, by filling the point store and the index lists.
+class TDemoPyramid : public TQelPrimitiveObj {
 public:
   TDemoPyramid(TComponent* AOwner, float base, float height)
-      : TQelObject(AOwner), half_(base / 2), height_(height) {}
+      : TQelPrimitiveObj(AOwner), half_(base / 2), height_(height) {}
 
-  void DoRender(TQelCustomView* view) override {
-    TQelObject::DoRender(view);
-    const float h = half_, t = height_;
-    const float corners[5][2] = {{-h, h}, {h, h}, {h, -h}, {-h, -h}, {-h, h}};
-    const float slope = h / std::sqrt(h * h + t * t), up = t / std::sqrt(h * h + t * t);
-    glBegin(GL_TRIANGLES);
+  void InitPoints() override {
+    TQelPrimitivePoints* points = GetPoints();
+    const double h = half_;
+    const double corners[4][2] = {{-h, h}, {h, h}, {h, -h}, {-h, -h}};
+    // Each side its own three points, so that CalcNormals gives flat faces.
     for (int i = 0; i < 4; ++i) {
-      const float* a = corners[i];
-      const float* b = corners[i + 1];
-      // The face's outward direction in the floor plane, tilted up.
-      const float mx = (a[0] + b[0]) / 2, mz = (a[1] + b[1]) / 2;
-      const float len = std::sqrt(mx * mx + mz * mz);
-      glNormal3f(up * mx / len, slope, up * mz / len);
-      glVertex3f(a[0], 0, a[1]);
-      glVertex3f(b[0], 0, b[1]);
-      glVertex3f(0, t, 0);
+      const double* a = corners[i];
+      const double* b = corners[(i + 1) % 4];
+      points->Add(a[0], 0, a[1]);
+      points->Add(b[0], 0, b[1]);
+      points->Add(0, height_, 0);
     }
-    glEnd();
-    glBegin(GL_QUADS);
-    glNormal3f(0, -1, 0);
-    for (int i = 3; i >= 0; --i) glVertex3f(corners[i][0], 0, corners[i][1]);
-    glEnd();
+    for (int i = 3; i >= 0; --i) points->Add(corners[i][0], 0, corners[i][1]);  // the base
+  }
+
+  void InitPrimitives() override {
+    const int32_t sides = AddPrimitiveArray(GL_TRIANGLES);
+    for (int32_t i = 0; i < 12; ++i) AddIndex(i, sides);
+    const int32_t base = AddPrimitiveArray(GL_QUADS);
+    for (int32_t i = 12; i < 16; ++i) AddIndex(i, base);
+    CalcNormals();
   }
 
 private:
-  float half_, height_;
+  double half_, height_;
 };
 
 // A checkered square floor in the plane y = 0, tiles of one unit.
@@ -107,6 +80,7 @@ public:
 
   void DoRender(TQelCustomView* view) override {
     TQelObject::DoRender(view);
+    glDisable(GL_TEXTURE_2D);
     const float start = -tiles_ / 2.0f;
     glNormal3f(0, 1, 0);
     glBegin(GL_QUADS);
@@ -132,7 +106,31 @@ private:
 // The shapes of the scene are made here only, so that the library's mesh
 // shapes can take their place one by one.
 TQelObject* MakeBox(TComponent* owner, float width, float height, float depth) {
-  return new TDemoBox(owner, width, height, depth);
+  auto* box = new TQelBox(owner);
+  box->SetWidth(width);
+  box->SetHeight(height);
+  box->SetDepth(depth);
+  return box;
+}
+
+// A wooden crate's side, drawn in code so the demo needs no image files.
+TQelTexture* MakeCrateTexture(TComponent* owner) {
+  TBitmap bitmap(64, 64);
+  for (int y = 0; y < 64; ++y)
+    for (int x = 0; x < 64; ++x) {
+      const bool frame = x < 5 || x > 58 || y < 5 || y > 58;
+      const bool brace = std::abs(x - y) < 4;
+      const bool seam = y % 13 == 0;
+      const int grain = ((x * 7 + y * 3) % 11) * 2;
+      int r = 190 + grain, g = 140 + grain, b = 80;
+      if (seam) r -= 60, g -= 50, b -= 30;
+      if (frame || brace) r = 120 + grain, g = 80 + grain, b = 40;
+      bitmap.SetPixel(x, y, TColor(r) | (TColor(g) << 8) | (TColor(b) << 16));
+    }
+  auto* texture = new TQelTexture(owner);
+  texture->SetBitmap(&bitmap);
+  texture->SetFilter({tfMagFilter, tfMinFilter});
+  return texture;
 }
 
 TQelObject* MakeSphere(TComponent* owner, float radius) { return new TDemoSphere(owner, radius); }
@@ -185,8 +183,11 @@ void BuildDemoScene(TQelNode* scene) {
   TQelObject* floor = Place(scene, MakeFloor(scene, 12), 0xFFFFFF, 0, -0.01f, 0);
   floor->SetCached(true);  // many tiles, never changing
 
-  Place(scene, MakeBox(scene, 1, 1, 1), 0x3030D0, -1.2f, 0.5f, 0)
-      ->GetTransformation()->GetRotation()->SetY(25);
+  // A textured crate; the texture modulates the lit white surface.
+  auto* crate = static_cast<TQelPrimitiveObj*>(Place(scene, MakeBox(scene, 1, 1, 1), 0xFFFFFF, -1.2f, 0.5f, 0));
+  crate->GetTransformation()->GetRotation()->SetY(25);
+  crate->SetTexture(MakeCrateTexture(scene));
+  crate->SetTextured(true);
   Place(scene, MakePyramid(scene, 1.1f, 1.3f), 0x20C0E0, 1.3f, 0, -0.9f);
 
   // The sphere with its top cap cut away, so that its inside shows. The
