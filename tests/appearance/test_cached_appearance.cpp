@@ -22,6 +22,11 @@ protected:
     cached->Add(red);
     cached->SetCached(true);
   }
+  void TearDown() override {
+    owner.DestroyComponents();  // cached lists go while the view's context lives
+    view.reset();
+    QelGLTest::TearDown();
+  }
   void NewFrame() { QelForgetAppearanceState(); }  // what the view does per frame
   static float Diffuse(int i) {
     GLfloat d[4];
