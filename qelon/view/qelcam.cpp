@@ -128,6 +128,13 @@ void TQelCamera::Render(TQelCustomView* view) {
   glLoadIdentity();
   transformation_->Execute(true);
   projectionMatrix_->PickGLModelviewMatrix();
+  // The inverted scale is a glScalef even at (1, 1, 1). Drivers remember a
+  // scaled modelview (a glLoadIdentity does not clear that) and then rescale
+  // the normals of every vertex drawn. Multiplying the same matrix onto an
+  // identity makes them classify it afresh; loading it would be skipped as
+  // unchanged.
+  glLoadIdentity();
+  glMultMatrixd(projectionMatrix_->Data());
 }
 
 namespace {

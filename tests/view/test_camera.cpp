@@ -101,7 +101,10 @@ TEST_F(QelGLTest, PerspectiveRenderSetsViewportProjectionAndViewingTransformatio
                                       // the default order, inverted: scale, translation, rotation
                                       GLCall("glScalef", 1.0f, 1.0f, 1.0f),
                                       GLCall("glTranslatef", -0.0f, -0.0f, -5.0f),
-                                      GLCall("glGetDoublev", GL_MODELVIEW_MATRIX, "ptr")}));
+                                      GLCall("glGetDoublev", GL_MODELVIEW_MATRIX, "ptr"),
+                                      // the same matrix again, classified afresh
+                                      "glLoadIdentity()",
+                                      "glMultMatrixd([1,0,0,0,0,1,0,0,0,0,1,0,0,0,-5,1])"}));
   GLint viewport[4];
   glGetIntegerv(GL_VIEWPORT, viewport);
   EXPECT_EQ(viewport[2], 300);

@@ -27,6 +27,8 @@ Calls PaintCalls(int width, int height) {
           GLCall("glScalef", 1.0f, 1.0f, 1.0f),
           GLCall("glTranslatef", -0.0f, -0.0f, -4.0f),
           GLCall("glGetDoublev", GL_MODELVIEW_MATRIX, "ptr"),
+          "glLoadIdentity()",
+          "glMultMatrixd([1,0,0,0,0,1,0,0,0,0,1,0,0,0,-4,1])",
           GLCall("glClearColor", 0.0f, 0.0f, 0.0f, 1.0f),
           GLCall("glDepthFunc", GL_LESS),
           GLCall("glColorMask", GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE),
