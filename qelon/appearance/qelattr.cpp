@@ -1,5 +1,6 @@
 #include "qelattr.h"
 
+#include "qelon/scene/qelglstate.h"
 #include "qelon/scene/qelobj.h"
 
 const char* const TQelPolygonModeStr[3] = {"pmPoint", "pmLine", "pmFill"};
@@ -241,7 +242,9 @@ void TQelFog::Assign(TPersistent* Source) {
 namespace {
 const bool registered = [] {
   RegisterRenderClass(QelClassOf<TQelAttributes>());
+  QelGLStateTrustClass(typeid(TQelAttributes));
   RegisterRenderClass(QelClassOf<TQelFog>());
+  QelGLStateTrustClass(typeid(TQelFog));
   return true;
 }();
 }  // namespace

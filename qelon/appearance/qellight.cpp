@@ -1,5 +1,6 @@
 #include "qellight.h"
 
+#include "qelon/scene/qelglstate.h"
 #include "qelon/scene/qelobj.h"
 
 const char* const TLightIDStr[8] = {"idLight0", "idLight1", "idLight2", "idLight3",
@@ -142,7 +143,9 @@ void TQelClip::Assign(TPersistent* Source) {
 namespace {
 const bool registered = [] {
   RegisterRenderClass(QelClassOf<TQelLight>());
+  QelGLStateTrustClass(typeid(TQelLight));
   RegisterRenderClass(QelClassOf<TQelClip>());
+  QelGLStateTrustClass(typeid(TQelClip));
   return true;
 }();
 }  // namespace

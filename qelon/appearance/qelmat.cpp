@@ -1,5 +1,6 @@
 #include "qelmat.h"
 
+#include "qelon/scene/qelglstate.h"
 #include "qelon/scene/qelobj.h"
 
 const char* const TMaterialFaceStr[3] = {"mfFront", "mfBack", "mfFrontBack"};
@@ -83,6 +84,7 @@ void TQelMaterial::Assign(TPersistent* Source) {
 namespace {
 const bool registered = [] {
   RegisterRenderClass(QelClassOf<TQelMaterial>());
+  QelGLStateTrustClass(typeid(TQelMaterial));
   return true;
 }();
 }  // namespace

@@ -9,6 +9,7 @@
 
 #include "qelon/appearance/qelappearancecache.h"
 #include "qelon/platform/qelerror.h"
+#include "qelon/scene/qelglstate.h"
 #include "qelon/scene/qelobj.h"
 
 const char* const TQelTexModeStr[4] = {"tmModulate", "tmDecal", "tmBlend", "tmReplace"};
@@ -289,7 +290,7 @@ void TQelTexture::DoRender(TQelCustomView* view) {
   if (textureID_ == 0) textureID_ = AddTexture(this);
 
   SetLastRenderedTex(this);
-  glEnable(GL_TEXTURE_2D);
+  QelGLStateEnableTexture2D();
   glBindTexture(GL_TEXTURE_2D, textureID_);
   InitTexture();
 
@@ -325,7 +326,7 @@ void TQelTexture::DoRender(TQelCustomView* view) {
 
 void TQelTexture::DoDisable(TQelCustomView* view) {
   TQelRender::DoDisable(view);
-  glDisable(GL_TEXTURE_2D);
+  QelGLStateDisableTexture2D();
 }
 
 void TQelTexture::Assign(TPersistent* Source) {
@@ -336,6 +337,7 @@ void TQelTexture::Assign(TPersistent* Source) {
 namespace {
 const bool registered = [] {
   RegisterRenderClass(QelClassOf<TQelTexture>());
+  QelGLStateTrustClass(typeid(TQelTexture));
   return true;
 }();
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <GL/gl.h>
 
+#include "qelon/scene/qelglstate.h"
+
 namespace {
 
 struct Face {
@@ -38,6 +40,7 @@ void TQelBox::SetDepth(double value) { SetSize(depth_, value); }
 
 void TQelBox::InitPoints() {
   TQelPrimitivePoints* points = GetPoints();
+  points->SetSize(24);  // exactly the corners: many boxes stay small and close together
   const double half[3] = {width_ / 2, height_ / 2, depth_ / 2};
   for (const Face& face : kFaces)
     for (int c = 0; c < 4; ++c) {
@@ -50,6 +53,7 @@ void TQelBox::InitPoints() {
 
 void TQelBox::InitPrimitives() {
   const int32_t list = AddPrimitiveArray(GL_TRIANGLES);
+  GetPrimitive(list)->SetSize(36);
   for (int32_t f = 0; f < 6; ++f)
     for (int32_t corner : {0, 1, 2, 0, 2, 3}) AddIndex(4 * f + corner, list);
 }
@@ -66,6 +70,7 @@ void TQelBox::Assign(TPersistent* Source) {
 namespace {
 const bool boxRegistered = [] {
   RegisterRenderClass(QelClassOf<TQelBox>());
+  QelGLStateTrustClass(typeid(TQelBox));
   return true;
 }();
 }  // namespace

@@ -8,6 +8,8 @@
 #include <cstring>
 #include <utility>
 
+#include "qelon/scene/qelglstate.h"
+
 const char* const TQelArrayStr[6] = {"daVertex", "daNormal", "daTexture",
                                      "daColor",  "daEdgeFlag", "daFlag"};
 
@@ -335,38 +337,34 @@ void TQelPrimitivePoints::MovePoints(double dx, double dy, double dz) {
 
 void TQelPrimitivePoints::BeforeRender(TQelCustomView* view) {
   if (Uses(daNormal)) {
-    glEnableClientState(GL_NORMAL_ARRAY);
+    QelGLStateEnableArray(GL_NORMAL_ARRAY);
     glNormalPointer(GL_DOUBLE, 0, normal_.data());
   }
   if (Uses(daTexture)) {
-    glEnable(GL_TEXTURE_2D);
-    glEnableClientState(GL_TEXTURE_COORD_ARRAY);
+    QelGLStateEnableTexture2D();
+    QelGLStateEnableArray(GL_TEXTURE_COORD_ARRAY);
     glTexCoordPointer(3, GL_DOUBLE, 0, texture_.data());
   } else {
-    glDisable(GL_TEXTURE_2D);
+    QelGLStateDisableTexture2D();
   }
   if (Uses(daColor)) {
-    glEnableClientState(GL_COLOR_ARRAY);
+    QelGLStateEnableArray(GL_COLOR_ARRAY);
     glColorPointer(4, GL_FLOAT, 0, color_.data());
   }
   if (Uses(daEdgeFlag)) {
-    glEnableClientState(GL_EDGE_FLAG_ARRAY);
+    QelGLStateEnableArray(GL_EDGE_FLAG_ARRAY);
     glEdgeFlagPointer(0, edgeFlag_.data());
   }
   if (Uses(daVertex)) {
-    glEnableClientState(GL_VERTEX_ARRAY);
+    QelGLStateEnableArray(GL_VERTEX_ARRAY);
     glVertexPointer(3, GL_DOUBLE, 0, vertex_.data());
   }
+  QelGLStateArraysEnabled();
 }
 
-void TQelPrimitivePoints::AfterRender(TQelCustomView* view) {
-  glDisableClientState(GL_NORMAL_ARRAY);
-  glDisableClientState(GL_COLOR_ARRAY);
-  glDisableClientState(GL_TEXTURE_COORD_ARRAY);
-  glDisableClientState(GL_EDGE_FLAG_ARRAY);
-  glDisableClientState(GL_VERTEX_ARRAY);
-  glEdgeFlag(GL_TRUE);
-}
+// Disables all five client arrays and resets the edge flag; between two
+// meshes of one node the GL state module holds this back for the next one.
+void TQelPrimitivePoints::AfterRender(TQelCustomView* view) { QelGLStateDisableArrays(); }
 
 // Copies the array sets and appends the source's points. Existing points
 // below the source's Size stay in front of them. Values are copied exactly.
@@ -601,8 +599,9 @@ void TQelPrimitiveArray::ProceedDirectRendering() {
 void TQelPrimitiveArray::ProceedDirectRendering(int32_t pointLimit) {
   const uint32_t limit = static_cast<uint32_t>(std::max(pointLimit, 0));
   const uint32_t* i = GetIndexArray();
-  for (int32_t k = 0; k < count_; ++k)
-    if (i[k] >= limit) return;
+  uint32_t outside = 0;  // a reduction without early exit vectorises
+  for (int32_t k = 0; k < count_; ++k) outside |= i[k] >= limit;
+  if (outside) return;
   ProceedDirectRendering();
 }
 

@@ -14,6 +14,7 @@
 #include "qelon/appearance/qelmat.h"
 #include "qelon/appearance/qeltex.h"
 #include "qelon/platform/qelbitmap.h"
+#include "qelon/scene/qelglstate.h"
 
 const char* const TQelStoreModeStr[3] = {"smDefault", "smPoints", "smAll"};
 
@@ -366,7 +367,10 @@ void TQelPrimitiveObj::Init() {
   CalcTexture();
   InitPrimitives();
   inited_ = true;
-  if (OnAfterInit) OnAfterInit(this);
+  if (OnAfterInit) {
+    QelGLStateFlush();
+    OnAfterInit(this);
+  }
 }
 
 void TQelPrimitiveObj::ClearAll() {
@@ -939,8 +943,25 @@ TQelNode* TQelPrimitiveObj::CreateLabelNode(double size, TComponent* AOwner) {
 
 // --- drawing ---------------------------------------------------------------------------
 
+namespace {
+// Renders an appearance component of a primitive array; one of a class the
+// application derived may issue any GL call.
+void RenderAppearance(TQelRender* appearance, TQelCustomView* view) {
+  if (QelGLStateTrusts(appearance)) {
+    appearance->Render(view);
+    return;
+  }
+  QelGLStateFlush();
+  appearance->Render(view);
+  QelGLStateFlush();
+}
+}  // namespace
+
 void TQelPrimitiveObj::DoRender(TQelCustomView* view) {
-  if (!inited_) Init();
+  if (!inited_) {
+    if (!IsLibraryClass()) QelGLStateFlush();  // the application's generation steps
+    Init();
+  }
   TQelObject::DoRender(view);
   points_->BeforeRender(view);
   const bool names = view && view->GetPushNames();
@@ -951,15 +972,15 @@ void TQelPrimitiveObj::DoRender(TQelCustomView* view) {
     // The appearance runs user events; should one free lists, a is gone
     // and the rest of this frame is skipped.
     const uint32_t freed = freedArrays_;
-    if (TQelAttributes* attributes = a->GetAttributes()) attributes->Render(view);
+    if (TQelAttributes* attributes = a->GetAttributes()) RenderAppearance(attributes, view);
     if (freed != freedArrays_) break;
-    if (TQelMaterial* material = a->GetMaterial()) material->Render(view);
+    if (TQelMaterial* material = a->GetMaterial()) RenderAppearance(material, view);
     if (freed != freedArrays_) break;
     if (a->GetTextured())
-      if (TQelTexture* texture = a->GetTexture()) texture->Render(view);
+      if (TQelTexture* texture = a->GetTexture()) RenderAppearance(texture, view);
     if (freed != freedArrays_) break;
     if (a->GetTextured()) {
-      glEnable(GL_TEXTURE_2D);
+      QelGLStateEnableTexture2D();
       if (textureFlags_->GetEnvMapping()) {
         glTexGeni(GL_S, GL_TEXTURE_GEN_MODE, GL_SPHERE_MAP);
         glTexGeni(GL_T, GL_TEXTURE_GEN_MODE, GL_SPHERE_MAP);
@@ -970,9 +991,10 @@ void TQelPrimitiveObj::DoRender(TQelCustomView* view) {
         glDisable(GL_TEXTURE_GEN_T);
       }
     } else {
-      glDisable(GL_TEXTURE_2D);
+      QelGLStateDisableTexture2D();
     }
     if (names) {
+      QelGLStateFlush();  // the view may be the application's
       glPushName(static_cast<GLuint>(view->GetNextID(this, k)));
       a->ProceedDirectRendering(pointLimit);
       glPopName();
@@ -1022,6 +1044,7 @@ TPersistent* TQelPrimitiveObj::ReadComp(IQelExchange* exchange, TXMLTag* tag) {
 namespace {
 const bool primitiveObjRegistered = [] {
   RegisterRenderClass(QelClassOf<TQelPrimitiveObj>());
+  QelGLStateTrustClass(typeid(TQelPrimitiveObj));
   return true;
 }();
 }  // namespace

@@ -279,9 +279,16 @@ void TQelTransformation::SetOrder(TQelTransformationOrder order) {
 }
 
 void TQelTransformation::Execute(bool inverse) {
-  // Forwards an identity is skipped; inverted, scale and translation always run.
-  if (!inverse && rotation_->GetEmpty() && scale_->GetEmpty() && translation_->GetEmpty())
-    return;
+  // Forwards an identity is skipped; inverted, scale and translation always
+  // run. The parts are this class's own, so their calls need no dispatch.
+  if (!inverse) {
+    const bool rotates = !rotation_->TQelRotation::GetEmpty();
+    const bool scales = !scale_->TQelScale::GetEmpty();
+    if (!rotates && !scales) {
+      translation_->TQelTranslation::Execute(false);  // a mere move: the common case
+      return;
+    }
+  }
   for (int part : kPartSequence[Sequence(order_, inverse)]) GetTransform(part)->Execute(inverse);
 }
 

@@ -1,14 +1,31 @@
 #include "qelcomp.h"
 
+#include <typeinfo>
+
 #include "qelon/platform/qelerror.h"
+#include "qelon/scene/qelglstate.h"
 #include "qelon/view/qelcam.h"
 
 // --- TQelComponent ----------------------------------------------------------
 
 TQelComponent::TQelComponent(TComponent* AOwner) : TComponent(AOwner) {}
 
+namespace {
+// Whether handler is the change link into a library component, whose
+// SubChange only passes the change on. Any other handler is the
+// application's, which may issue GL calls.
+bool IsLibraryLink(const TNotifyEvent& handler) {
+  auto* link = handler.target<TQelTransformed::TSubChangeLink>();
+  if (!link || link->life.expired()) return false;
+  auto* render = dynamic_cast<TQelRender*>(link->target);
+  return render && render->IsLibraryClass();
+}
+}  // namespace
+
 void TQelComponent::Changed() {
-  if (OnChange) OnChange(this);
+  if (!OnChange) return;
+  if (!IsLibraryLink(OnChange)) QelGLStateFlush();
+  OnChange(this);
 }
 
 void TQelComponent::Assign(TPersistent* Source) {
@@ -28,11 +45,7 @@ TQelTransformed::TQelTransformed(TComponent* AOwner)
 
 TQelTransformed::~TQelTransformed() = default;
 
-TNotifyEvent TQelTransformed::SubChangeHandler() {
-  return [this, life = GetLifeToken()](TObject* Sender) {
-    if (!life.expired()) SubChange(Sender);
-  };
-}
+TNotifyEvent TQelTransformed::SubChangeHandler() { return TSubChangeLink{this, GetLifeToken()}; }
 
 void TQelTransformed::WireTransformation() { transformation_->OnChange = SubChangeHandler(); }
 
@@ -114,6 +127,7 @@ void TQelCoordinates::DrawAxes(float sign) {
 void TQelCoordinates::Render() {
   TQelRenderProperty::Render();
   if (!visible_) return;
+  QelGLStateFlush();
   glPushAttrib(GL_ALL_ATTRIB_BITS);
   glDisable(GL_LIGHTING);
   glDisable(GL_BLEND);
@@ -226,6 +240,7 @@ void TQelRender::OpenCache() {
   if (!view_ || openRecordings > 0) return;
   ClearCache();
   // The list must not rely on state set before it: state caches forget.
+  QelGLStateFlush();
   for (void (*reset)() : ListReplayHooks()) reset();
   displayList_ = glGenLists(1);
   glNewList(displayList_, GL_COMPILE_AND_EXECUTE);
@@ -240,12 +255,15 @@ void TQelRender::CloseCache() {
   if (!recording_) return;
   recording_ = false;
   --openRecordings;
+  QelGLStateFlush();  // what is held back belongs into the list
   glEndList();
 }
 
 void TQelRender::CallCache() {
   if (!view_) return;
+  QelGLStateFlush();
   glCallList(displayList_);
+  QelGLStateFlush();
   // The list may have changed state that the appearance caches believe
   // current; they forget it.
   for (void (*reset)() : ListReplayHooks()) reset();
@@ -272,12 +290,18 @@ void TQelRender::ClearCache() {
   if (madeCurrent) view_->SetCurrent(false);
 }
 
+bool TQelRender::LookUpLibraryClass() const {
+  libraryClass_ = QelGLStateTrustsType(typeid(*this)) ? 1 : 0;
+  return libraryClass_;
+}
+
 bool TQelRender::GetRendersOnlyContent() const {
   return enabled_ && !cached_ && !OnTransform && !OnBeforeRender && !OnAfterRender &&
          !coordinates_->GetVisible() && !projectionMatrix_;
 }
 
 void TQelRender::Render(TQelCustomView* view) {
+  TQelGLStateRenderScope scope;
   if (!enabled_) {
     DoDisable(view);
     return;
@@ -307,16 +331,24 @@ void TQelRender::Render(TQelCustomView* view) {
 
 void TQelRender::BeforeRender(TQelCustomView* view) {
   glPushMatrix();
-  if (OnTransform)
+  if (OnTransform) {
+    QelGLStateFlush();
     OnTransform(this);
-  else
+  } else {
     transformation_->Execute();
+  }
   if (projectionMatrix_) projectionMatrix_->PickGLModelviewMatrix();
-  if (OnBeforeRender) OnBeforeRender(view);
+  if (OnBeforeRender) {
+    QelGLStateFlush();
+    OnBeforeRender(view);
+  }
 }
 
 void TQelRender::AfterRender(TQelCustomView* view) {
-  if (OnAfterRender) OnAfterRender(view);
+  if (OnAfterRender) {
+    QelGLStateFlush();
+    OnAfterRender(view);
+  }
   glPopMatrix();
 }
 

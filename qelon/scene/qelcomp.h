@@ -76,6 +76,15 @@ public:
   virtual void SubChange(TObject* Sender);
   void Assign(TPersistent* Source) override;
 
+  // The handler SubChangeHandler makes: calls SubChange while target lives.
+  struct TSubChangeLink {
+    TQelTransformed* target;
+    std::weak_ptr<const void> life;
+    void operator()(TObject* Sender) const {
+      if (!life.expired()) target->SubChange(Sender);
+    }
+  };
+
 protected:
   // Calls SubChange while this component lives. Assign hands handlers on to
   // other objects; a copy that outlives this component then does nothing.
@@ -168,6 +177,9 @@ public:
   // projection matrix. Appearance that is already current then skips the
   // protocol, which would only push and pop the matrix.
   bool GetRendersOnlyContent() const;
+  // Whether this object's class is one of the library's own, whose render
+  // code keeps the GL state module informed (see qelglstate.h).
+  bool IsLibraryClass() const { return libraryClass_ < 0 ? LookUpLibraryClass() : libraryClass_; }
 
   // The render protocol and its steps.
   virtual void Render(TQelCustomView* view);
@@ -201,6 +213,8 @@ private:
   bool cached_ = false;
   TQelCustomNode* node_ = nullptr;
   bool projectionEnabled_ = false;
+  bool LookUpLibraryClass() const;
+  mutable int8_t libraryClass_ = -1;  // not yet looked up
   std::unique_ptr<TQelCoordinates> coordinates_;
 };
 

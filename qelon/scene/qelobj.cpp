@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <cctype>
 
+#include <typeinfo>
+
 #include "qelon/platform/qelerror.h"
+#include "qelon/scene/qelglstate.h"
 
 // --- render-class registry ---------------------------------------------------
 
@@ -184,8 +187,16 @@ int32_t TQelNode::CountAllItems(bool onlyEnabled) const {
 }
 
 void TQelNode::RenderItems(TQelCustomView* view) {
-  for (int32_t i = 0; i < GetCount(); ++i)
-    if (TQelRender* item = entries_[i].item) item->Render(view);
+  for (int32_t i = 0; i < GetCount(); ++i) {
+    TQelRender* item = entries_[i].item;
+    if (!item) continue;
+    const bool trusted = QelGLStateTrusts(item);
+    if (!trusted) QelGLStateFlush();  // code of the application follows
+    // An item followed by another library item may leave it its client
+    // arrays; the last one resets them.
+    TQelGLStateKeep keep(trusted && i + 1 < GetCount() && QelGLStateTrusts(entries_[i + 1].item));
+    item->Render(view);
+  }
 }
 
 TQelRender* TQelNode::FindItem(const std::string& name) const {
@@ -261,9 +272,10 @@ void TQelNode::SubChange(TObject* Sender) {
 }
 
 void TQelNode::DoRender(TQelCustomView* view) {
-  if (OnRender)
+  if (OnRender) {
+    QelGLStateFlush();
     OnRender(view);
-  else
+  } else
     RenderItems(view);
 }
 
@@ -334,13 +346,16 @@ void TQelObject::Link(TQelRender*& field, TQelRender* value) {
 
 void TQelObject::BeforeRender(TQelCustomView* view) {
   TQelRender::BeforeRender(view);
-  if (PushesNames(view)) glPushName(view->GetNextID(this, -1));
+  if (PushesNames(view)) {
+    QelGLStateFlush();  // the view may be the application's
+    glPushName(view->GetNextID(this, -1));
+  }
 }
 
 void TQelObject::DoRender(TQelCustomView* view) {
   float color[4];
   color_->GetParams(color);
-  glColor4fv(color);
+  QelGLStateColor(color);
   if (colorAsMaterial_ == cmNone) return;
   static const GLenum modes[6] = {0, GL_AMBIENT, GL_DIFFUSE, GL_SPECULAR, GL_EMISSION,
                                   GL_AMBIENT_AND_DIFFUSE};
@@ -401,6 +416,8 @@ namespace {
 const bool sceneClassesRegistered = [] {
   RegisterRenderClass(QelClassOf<TQelNode>());
   RegisterRenderClass(QelClassOf<TQelObject>());
+  QelGLStateTrustClass(typeid(TQelNode));
+  QelGLStateTrustClass(typeid(TQelObject));
   return true;
 }();
 }  // namespace
