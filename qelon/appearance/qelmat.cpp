@@ -53,6 +53,12 @@ void TQelMaterial::SetShininess(int32_t value) {
   Changed();
 }
 
+void TQelMaterial::PrefetchRender(int stage) const {
+  TQelRender::PrefetchRender(stage);
+  if (stage == 0)
+    for (const auto& color : colors_) QelPrefetch(color.get(), sizeof(TQelColor));
+}
+
 void TQelMaterial::Render(TQelCustomView* view) {
   // Already current, and the protocol around it would only push and pop.
   if (IsLastRenderedMaterial(this) && GetRendersOnlyContent()) return;

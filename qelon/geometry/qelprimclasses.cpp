@@ -362,6 +362,14 @@ void TQelPrimitivePoints::BeforeRender(TQelCustomView* view) {
   QelGLStateArraysEnabled();
 }
 
+void TQelPrimitivePoints::PrefetchArrays() const {
+  const size_t n = static_cast<size_t>(count_);
+  if (Uses(daVertex)) QelPrefetch(vertex_.data(), 3 * sizeof(double) * n);
+  if (Uses(daNormal)) QelPrefetch(normal_.data(), 3 * sizeof(double) * n);
+  if (Uses(daTexture)) QelPrefetch(texture_.data(), 3 * sizeof(double) * n);
+  if (Uses(daColor)) QelPrefetch(color_.data(), 4 * sizeof(float) * n);
+}
+
 // Disables all five client arrays and resets the edge flag; between two
 // meshes of one node the GL state module holds this back for the next one.
 void TQelPrimitivePoints::AfterRender(TQelCustomView* view) { QelGLStateDisableArrays(); }

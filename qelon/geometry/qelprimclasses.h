@@ -84,6 +84,8 @@ public:
   // Hand the used arrays to OpenGL as client arrays, and take them back.
   void BeforeRender(TQelCustomView* view);
   void AfterRender(TQelCustomView* view);
+  // Prefetches the used part of every array BeforeRender hands to GL.
+  void PrefetchArrays() const;
 
   void Assign(TPersistent* Source) override;
 

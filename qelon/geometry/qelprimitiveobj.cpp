@@ -957,6 +957,20 @@ void RenderAppearance(TQelRender* appearance, TQelCustomView* view) {
 }
 }  // namespace
 
+void TQelPrimitiveObj::PrefetchRender(int stage) const {
+  TQelObject::PrefetchRender(stage);
+  if (stage == 0) {
+    QelPrefetch(points_.get(), sizeof(TQelPrimitivePoints));
+    QelPrefetch(arrays_.data(), arrays_.size() * sizeof(TQelPrimitiveArray*));
+  } else if (stage == 1) {
+    points_->PrefetchArrays();
+    for (const TQelPrimitiveArray* a : arrays_) QelPrefetch(a, sizeof(TQelPrimitiveArray));
+  } else {
+    for (const TQelPrimitiveArray* a : arrays_)
+      QelPrefetch(a->GetIndexArray(), sizeof(uint32_t) * static_cast<size_t>(a->GetCount()));
+  }
+}
+
 void TQelPrimitiveObj::DoRender(TQelCustomView* view) {
   if (!inited_) {
     if (!IsLibraryClass()) QelGLStateFlush();  // the application's generation steps

@@ -197,6 +197,7 @@ public:
   // glDrawElements; in views that push pick names, each list under its own
   // name from GetNextID(this, list position).
   void DoRender(TQelCustomView* view) override;
+  void PrefetchRender(int stage) const override;
   void Notification(TComponent* AComponent, TOperation Operation) override;
   // Copies the texture, material, texture flags and Inited, then the store
   // and a copy of every list (ClearAll first, so StoreMode returns to

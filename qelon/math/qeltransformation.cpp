@@ -243,16 +243,9 @@ void TQelTranslation::CalcMatrix(TQelMatrix& matrix, bool inverse) {
 
 // --- TQelTransformation -----------------------------------------------------
 
-TQelTransformation::TQelTransformation()
-    : rotation_(new TQelRotation), scale_(new TQelScale), translation_(new TQelTranslation) {
-  TQelTransformation::Clear();
-}
+TQelTransformation::TQelTransformation() { TQelTransformation::Clear(); }
 
-TQelTransformation::~TQelTransformation() {
-  delete rotation_;
-  delete scale_;
-  delete translation_;
-}
+TQelTransformation::~TQelTransformation() = default;
 
 void TQelTransformation::WireParts() {
   for (TQelTransform* part : {static_cast<TQelTransform*>(rotation_),

@@ -170,9 +170,14 @@ public:
 private:
   void WireParts();
   void UpdateCoordinates();
-  TQelRotation* rotation_ = nullptr;
-  TQelScale* scale_ = nullptr;
-  TQelTranslation* translation_ = nullptr;
+  // The parts live inside the transformation: rendering reads all three,
+  // and one block of memory is one cache miss instead of four.
+  TQelRotation rotationPart_;
+  TQelScale scalePart_;
+  TQelTranslation translationPart_;
+  TQelRotation* const rotation_ = &rotationPart_;
+  TQelScale* const scale_ = &scalePart_;
+  TQelTranslation* const translation_ = &translationPart_;
   TQelTransformationOrder order_ = toRotTraSca;
   bool coordinatesOutOfDate_ = true;
   TQelMathVector coordinates_[3];

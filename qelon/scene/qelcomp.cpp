@@ -300,6 +300,12 @@ bool TQelRender::GetRendersOnlyContent() const {
          !coordinates_->GetVisible() && !projectionMatrix_;
 }
 
+void TQelRender::PrefetchRender(int stage) const {
+  if (stage != 0) return;
+  QelPrefetch(transformation_.get(), sizeof(TQelTransformation));
+  QelPrefetch(coordinates_.get(), sizeof(TQelCoordinates));
+}
+
 void TQelRender::Render(TQelCustomView* view) {
   TQelGLStateRenderScope scope;
   if (!enabled_) {

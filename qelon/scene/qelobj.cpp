@@ -187,9 +187,16 @@ int32_t TQelNode::CountAllItems(bool onlyEnabled) const {
 }
 
 void TQelNode::RenderItems(TQelCustomView* view) {
-  for (int32_t i = 0; i < GetCount(); ++i) {
+  const int32_t count = GetCount();
+  for (int32_t i = 0; i < count; ++i) {
     TQelRender* item = entries_[i].item;
     if (!item) continue;
+    // The object itself furthest ahead, then stage by stage what it points to.
+    constexpr int stages = TQelRender::kPrefetchStages;
+    if (i + stages + 1 < count) QelPrefetch(entries_[i + stages + 1].item, 512);
+    for (int stage = 0; stage < stages; ++stage)
+      if (TQelRender* ahead = i + stages - stage < count ? entries_[i + stages - stage].item : nullptr)
+        ahead->PrefetchRender(stage);
     const bool trusted = QelGLStateTrusts(item);
     if (!trusted) QelGLStateFlush();  // code of the application follows
     // An item followed by another library item may leave it its client
@@ -342,6 +349,17 @@ void TQelObject::SetName(const std::string& NewName) {
 void TQelObject::Link(TQelRender*& field, TQelRender* value) {
   field = value;
   if (value) FreeNotification(value);
+}
+
+void TQelObject::PrefetchRender(int stage) const {
+  TQelRender::PrefetchRender(stage);
+  if (stage == 0) {
+    QelPrefetch(color_.get(), sizeof(TQelColor));
+    QelPrefetch(material_, 512);
+    QelPrefetch(attributes_, 512);
+  } else if (material_ && stage == 1) {
+    material_->PrefetchRender(0);
+  }
 }
 
 void TQelObject::BeforeRender(TQelCustomView* view) {

@@ -195,6 +195,7 @@ public:
   // owner is loading).
   void SetName(const std::string& NewName) override;
 
+  void PrefetchRender(int stage) const override;
   void BeforeRender(TQelCustomView* view) override;
   void DoRender(TQelCustomView* view) override;
   void AfterRender(TQelCustomView* view) override;
