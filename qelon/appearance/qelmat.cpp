@@ -17,7 +17,6 @@ void SetLastRenderedMaterial(TQelMaterial* material) { lastRenderedMaterial = ma
 
 TQelMaterial::TQelMaterial(TComponent* AOwner) : TQelRender(AOwner) {
   for (int i = 0; i < 4; ++i) {
-    colors_[i] = std::make_unique<TQelColor>();
     colors_[i]->SetColor(kDefaultColors[i]);
     colors_[i]->OnChange = [this](TObject* s) { SubChange(s); };
   }

@@ -39,7 +39,7 @@ public:
 
 private:
   TMaterialFace face_ = mfFrontBack;
-  std::unique_ptr<TQelColor> colors_[4];
+  TQelInlinePart<TQelColor> colors_[4];
   int32_t shininess_ = 0;
 };
 

@@ -31,6 +31,18 @@ public:
   void Assign(TPersistent* Source) override;
 };
 
+// An owned part kept inside its owner, so that both are one block of memory
+// (drawing reads them together), used like the unique_ptr it replaces.
+template <class T>
+class TQelInlinePart {
+public:
+  T* operator->() const { return &part_; }
+  T* get() const { return &part_; }
+
+private:
+  mutable T part_;
+};
+
 class TQelRenderProperty : public TQelProperty {
   QEL_CLASS(TQelRenderProperty)
 public:

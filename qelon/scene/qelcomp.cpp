@@ -151,15 +151,13 @@ namespace {
 int openRecordings = 0;
 }  // namespace
 
-TQelRender::TQelRender(TComponent* AOwner)
-    : TQelTransformed(AOwner), coordinates_(std::make_unique<TQelCoordinates>()) {
+TQelRender::TQelRender(TComponent* AOwner) : TQelTransformed(AOwner) {
   coordinates_->OnChange = SubChangeHandler();
 }
 
 TQelRender::~TQelRender() {
   // Nodes and views that know this item are told while it is still whole.
   Destroying();
-  coordinates_.reset();
   ClearCache();
   SetNode(nullptr);
 }

@@ -230,7 +230,7 @@ private:
   bool projectionEnabled_ = false;
   bool LookUpLibraryClass() const;
   mutable int8_t libraryClass_ = -1;  // not yet looked up
-  std::unique_ptr<TQelCoordinates> coordinates_;
+  TQelInlinePart<TQelCoordinates> coordinates_;
 };
 
 // The abstract container a render component can belong to; TQelNode gives

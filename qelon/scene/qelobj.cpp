@@ -311,8 +311,7 @@ TQelAnchor::TQelAnchor(TComponent* AOwner) : TQelNode(AOwner) {
 const char* const TQelColorAsMaterialStr[6] = {"cmNone",     "cmAmbient",  "cmDiffuse",
                                                "cmSpecular", "cmEmission", "cmAmbientDiffuse"};
 
-TQelObject::TQelObject(TComponent* AOwner)
-    : TQelRender(AOwner), color_(std::make_unique<TQelColor>()) {
+TQelObject::TQelObject(TComponent* AOwner) : TQelRender(AOwner) {
   WireColor();
 }
 

@@ -225,7 +225,7 @@ private:
   void WireColor();
 
   int32_t objectID_ = -1;
-  std::unique_ptr<TQelColor> color_;
+  TQelInlinePart<TQelColor> color_;
   TQelColorAsMaterial colorAsMaterial_ = cmNone;
   TQelRender* texture_ = nullptr;
   TQelRender* attributes_ = nullptr;
