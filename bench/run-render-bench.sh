@@ -7,6 +7,6 @@ cd "$(dirname "$0")/.."
 cmake -S . -B build-release -DCMAKE_BUILD_TYPE=Release -DQELON_BUILD_TESTS=OFF >/dev/null
 cmake --build build-release -j2 --target bench_render >/dev/null
 echo "== normal driver"
-./build-release/bench/bench_render --benchmark_repetitions=3 --benchmark_report_aggregates_only=true "$@"
+./build-release/bench/bench_render --benchmark_repetitions=5 --benchmark_report_aggregates_only=true "$@"
 echo "== GALLIUM_NOOP=1"
-GALLIUM_NOOP=1 ./build-release/bench/bench_render --benchmark_repetitions=3 --benchmark_report_aggregates_only=true "$@"
+GALLIUM_NOOP=1 ./build-release/bench/bench_render --benchmark_repetitions=5 --benchmark_report_aggregates_only=true "$@"

@@ -193,7 +193,7 @@ void TQelNode::RenderItems(TQelCustomView* view) {
     if (!item) continue;
     // The object itself furthest ahead, then stage by stage what it points to.
     constexpr int stages = TQelRender::kPrefetchStages;
-    if (i + stages + 1 < count) QelPrefetch(entries_[i + stages + 1].item, 512);
+    if (i + stages + 1 < count) QelPrefetch(entries_[i + stages + 1].item, 640);
     for (int stage = 0; stage < stages; ++stage)
       if (TQelRender* ahead = i + stages - stage < count ? entries_[i + stages - stage].item : nullptr)
         ahead->PrefetchRender(stage);
