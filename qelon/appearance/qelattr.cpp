@@ -1,6 +1,5 @@
 #include "qelattr.h"
 
-#include "qelon/scene/qelglstate.h"
 #include "qelon/scene/qelobj.h"
 
 const char* const TQelPolygonModeStr[3] = {"pmPoint", "pmLine", "pmFill"};
@@ -241,10 +240,8 @@ void TQelFog::Assign(TPersistent* Source) {
 
 namespace {
 const bool registered = [] {
-  RegisterRenderClass(QelClassOf<TQelAttributes>());
-  QelGLStateTrustClass(typeid(TQelAttributes));
-  RegisterRenderClass(QelClassOf<TQelFog>());
-  QelGLStateTrustClass(typeid(TQelFog));
+  RegisterLibraryRenderClass<TQelAttributes>();
+  RegisterLibraryRenderClass<TQelFog>();
   return true;
 }();
 }  // namespace

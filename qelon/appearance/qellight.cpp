@@ -1,6 +1,5 @@
 #include "qellight.h"
 
-#include "qelon/scene/qelglstate.h"
 #include "qelon/scene/qelobj.h"
 
 const char* const TLightIDStr[8] = {"idLight0", "idLight1", "idLight2", "idLight3",
@@ -142,10 +141,8 @@ void TQelClip::Assign(TPersistent* Source) {
 
 namespace {
 const bool registered = [] {
-  RegisterRenderClass(QelClassOf<TQelLight>());
-  QelGLStateTrustClass(typeid(TQelLight));
-  RegisterRenderClass(QelClassOf<TQelClip>());
-  QelGLStateTrustClass(typeid(TQelClip));
+  RegisterLibraryRenderClass<TQelLight>();
+  RegisterLibraryRenderClass<TQelClip>();
   return true;
 }();
 }  // namespace

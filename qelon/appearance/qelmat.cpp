@@ -1,6 +1,5 @@
 #include "qelmat.h"
 
-#include "qelon/scene/qelglstate.h"
 #include "qelon/scene/qelobj.h"
 
 const char* const TMaterialFaceStr[3] = {"mfFront", "mfBack", "mfFrontBack"};
@@ -52,12 +51,6 @@ void TQelMaterial::SetShininess(int32_t value) {
   Changed();
 }
 
-void TQelMaterial::PrefetchRender(int stage) const {
-  TQelRender::PrefetchRender(stage);
-  if (stage == 0)
-    for (const auto& color : colors_) QelPrefetch(color.get(), sizeof(TQelColor));
-}
-
 void TQelMaterial::Render(TQelCustomView* view) {
   // Already current, and the protocol around it would only push and pop.
   if (IsLastRenderedMaterial(this) && GetRendersOnlyContent()) return;
@@ -88,8 +81,7 @@ void TQelMaterial::Assign(TPersistent* Source) {
 
 namespace {
 const bool registered = [] {
-  RegisterRenderClass(QelClassOf<TQelMaterial>());
-  QelGLStateTrustClass(typeid(TQelMaterial));
+  RegisterLibraryRenderClass<TQelMaterial>();
   return true;
 }();
 }  // namespace

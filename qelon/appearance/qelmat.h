@@ -32,7 +32,6 @@ public:
   // 0..128; other values are ignored.
   void SetShininess(int32_t value);
 
-  void PrefetchRender(int stage) const override;
   void Render(TQelCustomView* view) override;
   void DoRender(TQelCustomView* view) override;
   void Assign(TPersistent* Source) override;

@@ -336,8 +336,7 @@ void TQelTexture::Assign(TPersistent* Source) {
 
 namespace {
 const bool registered = [] {
-  RegisterRenderClass(QelClassOf<TQelTexture>());
-  QelGLStateTrustClass(typeid(TQelTexture));
+  RegisterLibraryRenderClass<TQelTexture>();
   return true;
 }();
 }  // namespace

@@ -2,8 +2,6 @@
 
 #include <GL/gl.h>
 
-#include "qelon/scene/qelglstate.h"
-
 namespace {
 
 struct Face {
@@ -69,8 +67,7 @@ void TQelBox::Assign(TPersistent* Source) {
 
 namespace {
 const bool boxRegistered = [] {
-  RegisterRenderClass(QelClassOf<TQelBox>());
-  QelGLStateTrustClass(typeid(TQelBox));
+  RegisterLibraryRenderClass<TQelBox>();
   return true;
 }();
 }  // namespace

@@ -1057,8 +1057,7 @@ TPersistent* TQelPrimitiveObj::ReadComp(IQelExchange* exchange, TXMLTag* tag) {
 
 namespace {
 const bool primitiveObjRegistered = [] {
-  RegisterRenderClass(QelClassOf<TQelPrimitiveObj>());
-  QelGLStateTrustClass(typeid(TQelPrimitiveObj));
+  RegisterLibraryRenderClass<TQelPrimitiveObj>();
   return true;
 }();
 }  // namespace

@@ -299,9 +299,7 @@ bool TQelRender::GetRendersOnlyContent() const {
 }
 
 void TQelRender::PrefetchRender(int stage) const {
-  if (stage != 0) return;
-  QelPrefetch(transformation_.get(), sizeof(TQelTransformation));
-  QelPrefetch(coordinates_.get(), sizeof(TQelCoordinates));
+  if (stage == 0) QelPrefetch(transformation_.get(), sizeof(TQelTransformation));
 }
 
 void TQelRender::Render(TQelCustomView* view) {

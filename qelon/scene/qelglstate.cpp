@@ -1,7 +1,7 @@
 #include "qelon/scene/qelglstate.h"
 
+#include <array>
 #include <cstdint>
-#include <cstring>
 #include <typeindex>
 #include <unordered_set>
 
@@ -24,11 +24,29 @@ uint8_t ArrayBit(GLenum array) {
   }
 }
 
-enum class Known : int8_t { unknown, off, on };
+// A value the library itself made current, with the item that did: an
+// item's own calls are issued in full, only what an earlier item set is
+// not set again.
+template <class T>
+struct TRemembered {
+  bool known = false;
+  T value{};
+  uint32_t item = 0;
+
+  bool SetByEarlierItem(const T& v, uint32_t current) const {
+    return known && item != current && value == v;
+  }
+  void Remember(const T& v, uint32_t current) {
+    known = true;
+    value = v;
+    item = current;
+  }
+};
 
 struct GLState {
   int renderDepth = 0;
   bool keep = false;
+  uint32_t item = 0;  // counts the items nodes start
   // Arrays this module enabled since the last flush; trustworthy only while
   // arraysKnown holds (nothing foreign ran in between).
   uint8_t enabled = 0;
@@ -36,21 +54,20 @@ struct GLState {
   // Resets held back for the next item.
   uint8_t heldArrays = 0;
   bool heldEdgeReset = false;
-  // Values the library itself set, each with the item that set it: an
-  // item's own calls are issued in full, only what an earlier item set is
-  // not set again.
-  uint32_t item = 0;
-  bool edgeFlagTrue = false;
-  uint32_t edgeFlagItem = 0;
-  Known texture2D = Known::unknown;
-  uint32_t texture2DItem = 0;
-  bool colorKnown = false;
-  uint32_t colorItem = 0;
-  GLfloat color[4] = {0, 0, 0, 0};
+  TRemembered<bool> edgeFlagTrue;  // value is always true
+  TRemembered<bool> texture2D;
+  TRemembered<std::array<GLfloat, 4>> color;
 
   bool Remembers() const {
-    return heldArrays || heldEdgeReset || arraysKnown || edgeFlagTrue ||
-           texture2D != Known::unknown || colorKnown;
+    return heldArrays || heldEdgeReset || arraysKnown || edgeFlagTrue.known || texture2D.known ||
+           color.known;
+  }
+  bool SetByEarlierItem(const auto& remembered, const auto& v) const {
+    return remembered.SetByEarlierItem(v, item);
+  }
+  // Outside Render the application may change anything before the next call.
+  void Remember(auto& remembered, const auto& v) {
+    if (renderDepth > 0) remembered.Remember(v, item);
   }
 };
 
@@ -61,10 +78,9 @@ void IssueHeld() {
     if (state.heldArrays & (1u << i)) glDisableClientState(kArrays[i]);
   state.enabled &= static_cast<uint8_t>(~state.heldArrays);
   state.heldArrays = 0;
-  if (state.heldEdgeReset && !(state.edgeFlagTrue && state.edgeFlagItem != state.item)) {
+  if (state.heldEdgeReset && !state.SetByEarlierItem(state.edgeFlagTrue, true)) {
     glEdgeFlag(GL_TRUE);
-    state.edgeFlagTrue = true;
-    state.edgeFlagItem = state.item;
+    state.Remember(state.edgeFlagTrue, true);
   }
   state.heldEdgeReset = false;
 }
@@ -81,9 +97,9 @@ void QelGLStateFlush() {
   IssueHeld();
   state.enabled = 0;
   state.arraysKnown = false;
-  state.edgeFlagTrue = false;
-  state.texture2D = Known::unknown;
-  state.colorKnown = false;
+  state.edgeFlagTrue.known = false;
+  state.texture2D.known = false;
+  state.color.known = false;
 }
 
 void QelGLStateEnableArray(GLenum array) {
@@ -96,8 +112,8 @@ void QelGLStateEnableArray(GLenum array) {
   }
   // Drawing with these arrays leaves the current colour, resp. edge flag,
   // undefined.
-  if (array == GL_COLOR_ARRAY) state.colorKnown = false;
-  if (array == GL_EDGE_FLAG_ARRAY) state.edgeFlagTrue = false;
+  if (array == GL_COLOR_ARRAY) state.color.known = false;
+  if (array == GL_EDGE_FLAG_ARRAY) state.edgeFlagTrue.known = false;
 }
 
 void QelGLStateArraysEnabled() {
@@ -118,36 +134,29 @@ void QelGLStateDisableArrays() {
   glEdgeFlag(GL_TRUE);
   state.enabled = 0;
   state.arraysKnown = false;
-  state.edgeFlagTrue = state.renderDepth > 0;
-  state.edgeFlagItem = state.item;
+  state.Remember(state.edgeFlagTrue, true);
 }
 
 namespace {
-void SetTexture2D(Known value) {
-  if (state.texture2D == value && state.texture2DItem != state.item) return;
-  if (value == Known::on)
+void SetTexture2D(bool on) {
+  if (state.SetByEarlierItem(state.texture2D, on)) return;
+  if (on)
     glEnable(GL_TEXTURE_2D);
   else
     glDisable(GL_TEXTURE_2D);
-  if (state.renderDepth == 0) return;
-  state.texture2D = value;
-  state.texture2DItem = state.item;
+  state.Remember(state.texture2D, on);
 }
 }  // namespace
 
-void QelGLStateEnableTexture2D() { SetTexture2D(Known::on); }
+void QelGLStateEnableTexture2D() { SetTexture2D(true); }
 
-void QelGLStateDisableTexture2D() { SetTexture2D(Known::off); }
+void QelGLStateDisableTexture2D() { SetTexture2D(false); }
 
 void QelGLStateColor(const GLfloat color[4]) {
-  if (state.colorKnown && state.colorItem != state.item &&
-      std::memcmp(state.color, color, sizeof state.color) == 0)
-    return;
+  const std::array<GLfloat, 4> c = {color[0], color[1], color[2], color[3]};
+  if (state.SetByEarlierItem(state.color, c)) return;
   glColor4fv(color);
-  if (state.renderDepth == 0) return;
-  std::memcpy(state.color, color, sizeof state.color);
-  state.colorKnown = true;
-  state.colorItem = state.item;
+  state.Remember(state.color, c);
 }
 
 void QelGLStateTrustClass(const std::type_info& type) { TrustedClasses().insert(type); }

@@ -201,7 +201,7 @@ void TQelNode::RenderItems(TQelCustomView* view) {
     if (!trusted) QelGLStateFlush();  // code of the application follows
     // An item followed by another library item may leave it its client
     // arrays; the last one resets them.
-    TQelGLStateKeep keep(trusted && i + 1 < GetCount() && QelGLStateTrusts(entries_[i + 1].item));
+    TQelGLStateKeep keep(trusted && i + 1 < count && QelGLStateTrusts(entries_[i + 1].item));
     item->Render(view);
   }
 }
@@ -282,8 +282,9 @@ void TQelNode::DoRender(TQelCustomView* view) {
   if (OnRender) {
     QelGLStateFlush();
     OnRender(view);
-  } else
+  } else {
     RenderItems(view);
+  }
 }
 
 void TQelNode::Notification(TComponent* AComponent, TOperation Operation) {
@@ -353,7 +354,6 @@ void TQelObject::Link(TQelRender*& field, TQelRender* value) {
 void TQelObject::PrefetchRender(int stage) const {
   TQelRender::PrefetchRender(stage);
   if (stage == 0) {
-    QelPrefetch(color_.get(), sizeof(TQelColor));
     QelPrefetch(material_, 512);
     QelPrefetch(attributes_, 512);
   } else if (material_ && stage == 1) {
@@ -431,10 +431,8 @@ void TQelObject::ReadRef(IQelExchange* exchange) { TQelRender::ReadRef(exchange)
 
 namespace {
 const bool sceneClassesRegistered = [] {
-  RegisterRenderClass(QelClassOf<TQelNode>());
-  RegisterRenderClass(QelClassOf<TQelObject>());
-  QelGLStateTrustClass(typeid(TQelNode));
-  QelGLStateTrustClass(typeid(TQelObject));
+  RegisterLibraryRenderClass<TQelNode>();
+  RegisterLibraryRenderClass<TQelObject>();
   return true;
 }();
 }  // namespace

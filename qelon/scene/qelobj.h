@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "qelon/scene/qelcomp.h"
+#include "qelon/scene/qelglstate.h"
 
 class TQelNode;
 class TQelAnchor;
@@ -52,6 +53,13 @@ TQelRenderClass QelClassOf() {
 // Registers AClass under its name. Names compare ignoring case; a name
 // registered twice raises "This class was already registered.".
 void RegisterRenderClass(TQelRenderClass AClass);
+// Registers one of the library's own classes: by name, and as a class whose
+// render code the GL state module trusts (qelglstate.h).
+template <class T>
+void RegisterLibraryRenderClass() {
+  RegisterRenderClass(QelClassOf<T>());
+  QelGLStateTrustClass(typeid(T));
+}
 // The class registered under name (any letter case), or null.
 TQelRenderClass GetRenderClass(const std::string& name);
 using TQelRenderClassList = std::vector<std::pair<std::string, TQelRenderClass>>;
