@@ -21,12 +21,6 @@ public:
   TNotifyEvent OnChange;
 
   virtual void Clear();
-  // Exchange with scene files; the exchange module gives these their bodies.
-  virtual void WriteComp(IQelExchange* exchange, const std::string& name) {}
-  virtual void WriteValues(IQelExchange* exchange) {}
-  virtual void ReadComp(IQelExchange* exchange, TXMLTag* tag) {}
-  virtual void ReadValues(IQelExchange* exchange, TXMLTag* tag) {}
-  virtual void ReadRef(IQelExchange* exchange) {}
   virtual void Changed();
   void Assign(TPersistent* Source) override;
 };

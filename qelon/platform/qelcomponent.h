@@ -27,11 +27,28 @@ public:
 using TColor = uint32_t;  // 0x00BBGGRR: red in the low byte
 using TNotifyEvent = std::function<void(TObject* Sender)>;
 
+class IQelExchange;
+class TXMLTag;
+
 class TPersistent : public TObject {
   QEL_CLASS(TPersistent)
 public:
   // Copies what this class knows of Source; the base knows nothing.
   virtual void Assign(TPersistent* Source) {}
+
+  // Exchange with scene files (qelon/exchange/qeliexchange.h), the same for
+  // components and their sub-properties.
+  // StartTag(tagName), WriteValues, EndTag.
+  virtual void WriteComp(IQelExchange* exchange, const std::string& tagName);
+  // Own attributes, then child elements; derived classes call the base first.
+  virtual void WriteValues(IQelExchange* exchange) {}
+  // The mirror image, on the attributes of the tag being opened.
+  virtual void ReadValues(IQelExchange* exchange, TXMLTag* tag) {}
+  // Offered each child tag: the object that stands for it (after reading its
+  // values), or null for a tag it does not know (its content is skipped).
+  virtual TPersistent* ReadComp(IQelExchange* exchange, TXMLTag* tag) { return nullptr; }
+  // After the whole file: resolve the references read with GetRef.
+  virtual void ReadRef(IQelExchange* exchange) {}
 };
 
 enum TOperation { opInsert, opRemove };

@@ -413,3 +413,7 @@ void TQelRender::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
 TPersistent* TQelRender::ReadComp(IQelExchange* exchange, TXMLTag* tag) {
   return TQelTransformed::ReadComp(exchange, tag);
 }
+
+void TQelComponent::WriteValues(IQelExchange* exchange) {}
+
+void TQelComponent::ReadValues(IQelExchange* exchange, TXMLTag* tag) {}

@@ -47,13 +47,9 @@ public:
   TNotifyEvent OnChange;
   virtual void Changed();
 
-  // Exchange with scene files; the exchange module gives these their bodies.
-  virtual void WriteValues(IQelExchange* exchange) {}
-  virtual void ReadValues(IQelExchange* exchange, TXMLTag* tag) {}
-  virtual void WriteComp(IQelExchange* exchange, const std::string& tagName) {}
-  // The object standing for the child tag, or none for an unknown tag.
-  virtual TPersistent* ReadComp(IQelExchange* exchange, TXMLTag* tag) { return nullptr; }
-  virtual void ReadRef(IQelExchange* exchange) {}
+  // ID and Name.
+  void WriteValues(IQelExchange* exchange) override;
+  void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
 
   // Copies the source's OnChange handler itself, then signals a change.
   void Assign(TPersistent* Source) override;
