@@ -31,6 +31,14 @@ enum : int32_t {
   qlPlain = 40
 };
 
+// The tag a component is written under: its class name in upper case.
+inline std::string QelTagNameOf(const TObject* obj) {
+  std::string name = obj->ClassName();
+  for (char& c : name)
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+  return name;
+}
+
 // A class a reference must be of: its name (for messages) and the test.
 struct TQelClassCheck {
   const char* ClassName;
