@@ -27,3 +27,5 @@
 #include "qelon/appearance/qellight.h"
 #include "qelon/appearance/qeltex.h"
 #include "qelon/exchange/xmlparser.h"
+#include "qelon/exchange/qeliexchange.h"
+#include "qelon/exchange/qelexchange.h"

@@ -172,8 +172,11 @@ public:
   void Error(int32_t level, const std::string& text) override;
   std::string GetAFilename(const std::string& name) override;
 
-private:
+  // The working state (private to the exchange's source).
   struct Impl;
+
+private:
+  void atXMLTag(TXMLTag* tag);
   std::unique_ptr<Impl> impl_;
   bool paramNewLine_ = false;
   bool noDefaultValues_ = false;
