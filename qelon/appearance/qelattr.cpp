@@ -1,5 +1,7 @@
 #include "qelattr.h"
 
+#include "qelon/exchange/qeliexchange.h"
+#include "qelon/exchange/xmlparser.h"
 #include "qelon/scene/qelobj.h"
 
 const char* const TQelPolygonModeStr[3] = {"pmPoint", "pmLine", "pmFill"};
@@ -184,6 +186,63 @@ void TQelAttributes::Assign(TPersistent* Source) {
   TQelRender::Assign(Source);
 }
 
+void TQelAttributes::WriteValues(IQelExchange* exchange) {
+  TQelRender::WriteValues(exchange);
+  exchange->addtag("Antialiasing", antialiasing_, false);
+  exchange->addtag("CullFace", cullFace_, TQelCullFaceStr, cfNone);
+  exchange->addtag("Dithering", dithering_, false);
+  exchange->addtag("Lighting", lighting_, false);
+  exchange->addtag("LightTwoSide", lightTwoSide_, false);
+  exchange->addtag("LineStipple", lineStipple_, TQelLineStippleStr, lsSolid);
+  exchange->addtag("LineWidth", lineWidth_, 0.0f);
+  exchange->addtag("PerspectiveCorrection", perspectiveCorrection_, TQelQualityStr, quDontCare);
+  exchange->addtag("PointSize", pointSize_, 1.0f);
+  exchange->addtag("PolygonMode", polygonMode_, TQelPolygonModeStr, pmFill);
+  exchange->addtag("ShadeModel", shadeModel_, TQelShadeModelStr, smSmooth);
+  exchange->addtag("Transparency", transparency_, TQelTransparencyModeStr, tmNone);
+  ambient_->WriteComp(exchange, "ColorAmbient");
+}
+
+void TQelAttributes::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
+  TQelRender::ReadValues(exchange, tag);
+  // Each value through its setter, so that ranges and notification apply.
+  bool b = antialiasing_;
+  if (exchange->getvalue("Antialiasing", b)) SetAntialiasing(b);
+  TQelCullFace cullFace = cullFace_;
+  if (exchange->getenum("CullFace", TQelCullFaceStr, cullFace)) SetCullFace(cullFace);
+  b = dithering_;
+  if (exchange->getvalue("Dithering", b)) SetDithering(b);
+  b = lighting_;
+  if (exchange->getvalue("Lighting", b)) SetLighting(b);
+  b = lightTwoSide_;
+  if (exchange->getvalue("LightTwoSide", b)) SetLightTwoSide(b);
+  TQelLineStipple stipple = lineStipple_;
+  if (exchange->getenum("LineStipple", TQelLineStippleStr, stipple)) SetLineStipple(stipple);
+  float f = lineWidth_;
+  if (exchange->getvalue("LineWidth", f)) SetLineWidth(f);
+  TQelQuality quality = perspectiveCorrection_;
+  if (exchange->getenum("PerspectiveCorrection", TQelQualityStr, quality))
+    SetPerspectiveCorrection(quality);
+  f = pointSize_;
+  if (exchange->getvalue("PointSize", f)) SetPointSize(f);
+  TQelPolygonMode polygonMode = polygonMode_;
+  if (exchange->getenum("PolygonMode", TQelPolygonModeStr, polygonMode))
+    SetPolygonMode(polygonMode);
+  TQelShadeModel shadeModel = shadeModel_;
+  if (exchange->getenum("ShadeModel", TQelShadeModelStr, shadeModel)) SetShadeModel(shadeModel);
+  TQelTransparencyMode transparency = transparency_;
+  if (exchange->getenum("Transparency", TQelTransparencyModeStr, transparency))
+    SetTransparency(transparency);
+}
+
+TPersistent* TQelAttributes::ReadComp(IQelExchange* exchange, TXMLTag* tag) {
+  if (tag->Name == "ColorAmbient") {
+    ambient_->ReadValues(exchange, tag);
+    return ambient_.get();
+  }
+  return TQelRender::ReadComp(exchange, tag);
+}
+
 // --- TQelFog ------------------------------------------------------------------
 
 TQelFog::TQelFog(TComponent* AOwner) : TQelRender(AOwner) {
@@ -236,6 +295,38 @@ void TQelFog::Assign(TPersistent* Source) {
   color_->OnChange = [this](TObject* s) { SubChange(s); };
   OnChange = f->OnChange;
   Changed();
+}
+
+void TQelFog::WriteValues(IQelExchange* exchange) {
+  TQelRender::WriteValues(exchange);
+  exchange->addtag("Density", density_, 0.2f);
+  exchange->addtag("EndDepth", endDepth_, 1.0f);
+  exchange->addtag("Mode", mode_, TQelFogModeStr, fmExp);
+  exchange->addtag("Quality", quality_, TQelQualityStr, quDontCare);
+  exchange->addtag("StartDepth", startDepth_, 0.0f);
+  color_->WriteComp(exchange, "Color");
+}
+
+void TQelFog::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
+  TQelRender::ReadValues(exchange, tag);
+  float f = density_;
+  if (exchange->getvalue("Density", f)) SetDensity(f);
+  f = endDepth_;
+  if (exchange->getvalue("EndDepth", f)) SetEndDepth(f);
+  TQelFogMode mode = mode_;
+  if (exchange->getenum("Mode", TQelFogModeStr, mode)) SetMode(mode);
+  TQelQuality quality = quality_;
+  if (exchange->getenum("Quality", TQelQualityStr, quality)) SetQuality(quality);
+  f = startDepth_;
+  if (exchange->getvalue("StartDepth", f)) SetStartDepth(f);
+}
+
+TPersistent* TQelFog::ReadComp(IQelExchange* exchange, TXMLTag* tag) {
+  if (tag->Name == "Color") {
+    color_->ReadValues(exchange, tag);
+    return color_.get();
+  }
+  return TQelRender::ReadComp(exchange, tag);
 }
 
 namespace {

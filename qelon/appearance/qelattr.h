@@ -74,6 +74,10 @@ public:
   void DoRender(TQelCustomView* view) override;
   void Assign(TPersistent* Source) override;
 
+  void WriteValues(IQelExchange* exchange) override;
+  void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
+  TPersistent* ReadComp(IQelExchange* exchange, TXMLTag* tag) override;
+
 private:
   bool antialiasing_ = false;
   std::unique_ptr<TQelColor> ambient_;
@@ -116,6 +120,10 @@ public:
   void DoRender(TQelCustomView* view) override;
   void DoDisable(TQelCustomView* view) override;
   void Assign(TPersistent* Source) override;
+
+  void WriteValues(IQelExchange* exchange) override;
+  void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
+  TPersistent* ReadComp(IQelExchange* exchange, TXMLTag* tag) override;
 
 private:
   TQelFogMode mode_ = fmExp;

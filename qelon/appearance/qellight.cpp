@@ -1,5 +1,7 @@
 #include "qellight.h"
 
+#include "qelon/exchange/qeliexchange.h"
+#include "qelon/exchange/xmlparser.h"
 #include "qelon/scene/qelobj.h"
 
 const char* const TLightIDStr[8] = {"idLight0", "idLight1", "idLight2", "idLight3",
@@ -106,6 +108,45 @@ void TQelLight::Assign(TPersistent* Source) {
   TQelRender::Assign(Source);
 }
 
+void TQelLight::WriteValues(IQelExchange* exchange) {
+  TQelRender::WriteValues(exchange);
+  ambient_->WriteComp(exchange, "Ambient");
+  diffuse_->WriteComp(exchange, "Diffuse");
+  specular_->WriteComp(exchange, "Specular");
+  exchange->addtag("CutOff", cutOff_, 180.0f);
+  direction_->WriteComp(exchange, "Direction");
+  exchange->addtag("Kind", kind_, TLightKindStr, lkPoint);
+  // Which of the eight GL lights: without it a loaded scene would light
+  // everything with light 0.
+  exchange->addtag("LightID", id_, TLightIDStr, idLight0);
+}
+
+void TQelLight::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
+  TQelRender::ReadValues(exchange, tag);
+  // The kind first: setting it resets the cut-off, which is read after.
+  TLightKind kind = kind_;
+  if (exchange->getenum("Kind", TLightKindStr, kind)) SetKind(kind);
+  float cutOff = cutOff_;
+  if (exchange->getvalue("CutOff", cutOff)) SetCutOff(cutOff);
+  TLightID id = id_;
+  if (exchange->getenum("LightID", TLightIDStr, id)) SetID(id);
+}
+
+TPersistent* TQelLight::ReadComp(IQelExchange* exchange, TXMLTag* tag) {
+  TQelProperty* part = nullptr;
+  if (tag->Name == "Ambient")
+    part = ambient_.get();
+  else if (tag->Name == "Diffuse")
+    part = diffuse_.get();
+  else if (tag->Name == "Specular")
+    part = specular_.get();
+  else if (tag->Name == "Direction")
+    part = direction_.get();
+  if (!part) return TQelRender::ReadComp(exchange, tag);
+  part->ReadValues(exchange, tag);
+  return part;
+}
+
 // --- TQelClip -----------------------------------------------------------------
 
 TQelClip::TQelClip(TComponent* AOwner) : TQelRender(AOwner) {}
@@ -137,6 +178,28 @@ void TQelClip::Assign(TPersistent* Source) {
     for (int i = 0; i < 4; ++i) plane_[i] = c->plane_[i];
   }
   TQelRender::Assign(Source);
+}
+
+namespace {
+// The plane components' attribute names and defaults.
+const char* const kPlaneNames[4] = {"A", "B", "C", "D"};
+const double kPlaneDefaults[4] = {1, 0, 0, 1};
+}  // namespace
+
+void TQelClip::WriteValues(IQelExchange* exchange) {
+  TQelRender::WriteValues(exchange);
+  exchange->addtag("ClipID", id_, TQelClipIdsStr, idClipPlane0);
+  for (int i = 0; i < 4; ++i) exchange->addtag(kPlaneNames[i], plane_[i], kPlaneDefaults[i]);
+}
+
+void TQelClip::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
+  TQelRender::ReadValues(exchange, tag);
+  TQelClipIds id = id_;
+  if (exchange->getenum("ClipID", TQelClipIdsStr, id)) SetID(id);
+  for (int i = 0; i < 4; ++i) {
+    double v = plane_[i];
+    if (exchange->getvalue(kPlaneNames[i], v)) SetPlane(i, v);
+  }
 }
 
 namespace {

@@ -38,6 +38,10 @@ public:
   void DoDisable(TQelCustomView* view) override;
   void Assign(TPersistent* Source) override;
 
+  void WriteValues(IQelExchange* exchange) override;
+  void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
+  TPersistent* ReadComp(IQelExchange* exchange, TXMLTag* tag) override;
+
 private:
   void Wire(TQelProperty* p);
   TLightID id_ = idLight0;
@@ -69,6 +73,9 @@ public:
   void DoRender(TQelCustomView* view) override;
   void DoDisable(TQelCustomView* view) override;
   void Assign(TPersistent* Source) override;
+
+  void WriteValues(IQelExchange* exchange) override;
+  void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
 
 private:
   TQelClipIds id_ = idClipPlane0;

@@ -1,5 +1,7 @@
 #include "qelmat.h"
 
+#include "qelon/exchange/qeliexchange.h"
+#include "qelon/exchange/xmlparser.h"
 #include "qelon/scene/qelobj.h"
 
 const char* const TMaterialFaceStr[3] = {"mfFront", "mfBack", "mfFrontBack"};
@@ -9,6 +11,8 @@ TQelMaterial* lastRenderedMaterial = nullptr;
 const TColor kDefaultColors[4] = {0x333333, 0xCCCCCC, 0, 0};
 const GLenum kGLFace[3] = {GL_FRONT, GL_BACK, GL_FRONT_AND_BACK};
 const GLenum kGLPart[4] = {GL_AMBIENT, GL_DIFFUSE, GL_SPECULAR, GL_EMISSION};
+// The part colours' element names in a scene file, by index - 1.
+const char* const kPartTags[4] = {"Ambient", "Diffuse", "Specular", "Emission"};
 }  // namespace
 
 bool IsLastRenderedMaterial(TQelMaterial* material) { return material == lastRenderedMaterial; }
@@ -77,6 +81,30 @@ void TQelMaterial::Assign(TPersistent* Source) {
     shininess_ = m->shininess_;
   }
   TQelRender::Assign(Source);
+}
+
+void TQelMaterial::WriteValues(IQelExchange* exchange) {
+  TQelRender::WriteValues(exchange);
+  exchange->addtag("Face", face_, TMaterialFaceStr, mfFrontBack);
+  for (int i = 0; i < 4; ++i) colors_[i]->WriteComp(exchange, kPartTags[i]);
+  exchange->addtag("Shininess", shininess_, 0);
+}
+
+void TQelMaterial::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
+  TQelRender::ReadValues(exchange, tag);
+  TMaterialFace face = face_;
+  if (exchange->getenum("Face", TMaterialFaceStr, face)) SetFace(face);
+  int32_t shininess = shininess_;
+  if (exchange->getvalue("Shininess", shininess)) SetShininess(shininess);
+}
+
+TPersistent* TQelMaterial::ReadComp(IQelExchange* exchange, TXMLTag* tag) {
+  for (int i = 0; i < 4; ++i)
+    if (tag->Name == kPartTags[i]) {
+      colors_[i]->ReadValues(exchange, tag);
+      return colors_[i].get();
+    }
+  return TQelRender::ReadComp(exchange, tag);
 }
 
 namespace {

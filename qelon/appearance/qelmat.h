@@ -36,6 +36,10 @@ public:
   void DoRender(TQelCustomView* view) override;
   void Assign(TPersistent* Source) override;
 
+  void WriteValues(IQelExchange* exchange) override;
+  void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
+  TPersistent* ReadComp(IQelExchange* exchange, TXMLTag* tag) override;
+
 private:
   TMaterialFace face_ = mfFrontBack;
   TQelInlinePart<TQelColor> colors_[4];

@@ -8,6 +8,8 @@
 #include <filesystem>
 
 #include "qelon/appearance/qelappearancecache.h"
+#include "qelon/exchange/qeliexchange.h"
+#include "qelon/exchange/xmlparser.h"
 #include "qelon/platform/qelerror.h"
 #include "qelon/scene/qelglstate.h"
 #include "qelon/scene/qelobj.h"
@@ -25,6 +27,11 @@ bool frameStarted = false;
 // 255 * a rounded half to even, as a byte.
 uint32_t AlphaByte(double a) {
   return static_cast<uint32_t>(std::nearbyint(255.0 * a)) & 0xFF;
+}
+
+bool FileExists(const std::string& path) {
+  std::error_code ec;
+  return !path.empty() && std::filesystem::is_regular_file(path, ec);
 }
 }  // namespace
 
@@ -165,14 +172,20 @@ void TQelTexture::SetClampY(bool value) {
 void TQelTexture::SetFileName(const std::string& value) {
   if (value == fileName_) return;
   fileName_ = value;
-  std::error_code ec;
-  if (!IsDesigning() && !value.empty() && std::filesystem::is_regular_file(value, ec)) {
-    if (!bitmap_) {
-      bitmap_ = std::make_unique<TBitmap>();
-      WireBitmap();
-    }
-    bitmap_->LoadFromFile(value);  // fires BitmapChange
+  if (!IsDesigning() && FileExists(value)) LoadBitmap(value);
+}
+
+void TQelTexture::LoadFileAs(const std::string& path, const std::string& name) {
+  fileName_ = name;
+  LoadBitmap(path);
+}
+
+void TQelTexture::LoadBitmap(const std::string& path) {
+  if (!bitmap_) {
+    bitmap_ = std::make_unique<TBitmap>();
+    WireBitmap();
   }
+  bitmap_->LoadFromFile(path);  // fires BitmapChange
 }
 
 void TQelTexture::SetAlphaChannel(uint32_t* pixels, size_t byteCount) {
@@ -332,6 +345,70 @@ void TQelTexture::DoDisable(TQelCustomView* view) {
 void TQelTexture::Assign(TPersistent* Source) {
   if (auto* t = dynamic_cast<TQelTexture*>(Source)) bitmap_->Assign(t->bitmap_.get());
   TQelRender::Assign(Source);
+}
+
+void TQelTexture::WriteValues(IQelExchange* exchange) {
+  TQelRender::WriteValues(exchange);
+  exchange->addtag("Alpha", alpha_, 1.0f);
+  exchange->addtag("Mode", mode_, TQelTexModeStr, tmModulate);
+  exchange->addtag("ClampX", clampX_, false);
+  exchange->addtag("ClampY", clampY_, false);
+  exchange->addtag("Filter", uint32_t(filter_.ToBits()), TQelTexFilterStr, 4);
+  blendColor_->WriteComp(exchange, "BlendColor");
+  std::string name = fileName_;
+  if (name.empty() && bitmap_ && !bitmap_->GetEmpty()) name = SaveBitmapBeside(exchange);
+  exchange->addtag("Bitmap", name, std::string());
+}
+
+std::string TQelTexture::SaveBitmapBeside(IQelExchange* exchange) const {
+  const std::string name = exchange->GetAFilename(".bmp");
+  if (name.empty()) return name;
+  const std::string path = exchange->GetAFilename(name);
+  try {
+    bitmap_->SaveToFile(path);
+  } catch (const EQelFileError& e) {
+    exchange->Error(qlError, std::string("Texture file not written: ") + e.what());
+    return "";
+  }
+  return name;
+}
+
+void TQelTexture::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
+  TQelRender::ReadValues(exchange, tag);
+  float alpha = alpha_;
+  if (exchange->getvalue("Alpha", alpha)) SetAlpha(alpha);
+  TQelTexMode mode = mode_;
+  if (exchange->getenum("Mode", TQelTexModeStr, mode)) SetMode(mode);
+  bool clamp = clampX_;
+  if (exchange->getvalue("ClampX", clamp)) SetClampX(clamp);
+  clamp = clampY_;
+  if (exchange->getvalue("ClampY", clamp)) SetClampY(clamp);
+  uint32_t filter = 0;
+  if (exchange->getvalue("Filter", filter, TQelTexFilterStr, 4))
+    SetFilter(TQelTexFilters::FromBits(static_cast<uint8_t>(filter)));
+
+  // The name is kept as written, so that saving again writes the same text.
+  std::string name;
+  if (!exchange->getvalue("Bitmap", name)) return;
+  const std::string path = exchange->GetAFilename(name);
+  if (!FileExists(path)) {
+    fileName_ = name;
+    exchange->Error(qlWarning, "Texture file \"" + path + "\" not found.");
+    return;
+  }
+  try {
+    LoadFileAs(path, name);
+  } catch (const EQelFileError& e) {
+    exchange->Error(qlWarning, std::string("Texture file not loaded: ") + e.what());
+  }
+}
+
+TPersistent* TQelTexture::ReadComp(IQelExchange* exchange, TXMLTag* tag) {
+  if (tag->Name == "BlendColor") {
+    blendColor_->ReadValues(exchange, tag);
+    return blendColor_.get();
+  }
+  return TQelRender::ReadComp(exchange, tag);
 }
 
 namespace {

@@ -47,6 +47,10 @@ public:
   const std::string& GetFileName() const { return fileName_; }
   // Loads the file into the bitmap when it exists; the name is kept either way.
   void SetFileName(const std::string& value);
+  // Keeps name as FileName and loads the bitmap from path, where that file is
+  // found (a scene file names its images relative to itself). The name is
+  // kept even when loading fails with EQelFileError.
+  void LoadFileAs(const std::string& path, const std::string& name);
 
   // The RGBA pixel buffer: width x height 32-bit pixels, rows bottom-up,
   // red in the low byte and alpha in the top byte. Empty until a valid
@@ -75,11 +79,20 @@ public:
   // Copies the bitmap only.
   void Assign(TPersistent* Source) override;
 
+  // A bitmap without FileName is written to a new file beside the scene file.
+  void WriteValues(IQelExchange* exchange) override;
+  // A missing or unreadable image file is reported and loading goes on.
+  void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
+  TPersistent* ReadComp(IQelExchange* exchange, TXMLTag* tag) override;
+
 private:
   friend void DeleteTexture(TQelTexture* t);
   friend GLuint AddTexture(TQelTexture* t);
   void WireBitmap();
   void WireBlendColor();
+  void LoadBitmap(const std::string& path);
+  // Saves the bitmap beside the scene file; its name there, or "" on failure.
+  std::string SaveBitmapBeside(IQelExchange* exchange) const;
 
   std::unique_ptr<TBitmap> bitmap_;
   std::vector<uint32_t> pixels_;
