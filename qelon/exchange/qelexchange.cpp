@@ -1,10 +1,5 @@
 #include "qelon/exchange/qelexchange.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
@@ -12,10 +7,12 @@
 #include <filesystem>
 #include <string_view>
 
+#include "qelon/exchange/qeltagwriter.h"
 #include "qelon/exchange/qelvaluetext.h"
 #include "qelon/exchange/xmlparser.h"
 #include "qelon/math/qelclass.h"
 #include "qelon/platform/qelerror.h"
+#include "qelon/platform/qelfile.h"
 #include "qelon/platform/qelproduct.h"
 #include "qelon/scene/qelobj.h"
 
@@ -23,129 +20,11 @@ const char* const TQelExchangeStateStr[7] = {"stReady",     "stSave",      "stQE
                                               "stQELGLLoad", "stStartLoad", "stEndSave",
                                               "stOBJLoad"};
 
-namespace {
-
-// The level word a message line starts with; the leading spaces indent by
-// severity.
-std::string LevelWord(int32_t level) {
-  switch (level) {
-    case qlCritical: return "Critical:";
-    case qlError: return " Error:";
-    case qlWarning: return "  Warning:";
-    case qlHint: return "   Hint:";
-    case qlPlain: return "    ";
-    default: return std::to_string(level);
-  }
-}
-
-// Writes text to fileName through a temporary file in the same folder that
-// replaces the target only once it is complete.
-void StoreText(const std::string& fileName, const std::string& text) {
-  std::string temp = fileName + ".XXXXXX";
-  const int fd = mkstemp(temp.data());
-  if (fd < 0) throw EQelFileError(fileName, std::strerror(errno));
-  struct stat old {};
-  mode_t mode = 0;
-  if (stat(fileName.c_str(), &old) == 0) {
-    mode = old.st_mode & 07777;
-  } else {
-    mode = umask(0);
-    umask(mode);
-    mode = 0666 & ~mode;
-  }
-  const char* p = text.data();
-  size_t left = text.size();
-  int error = 0;
-  while (left > 0) {
-    const ssize_t n = write(fd, p, left);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      error = errno;
-      break;
-    }
-    p += n;
-    left -= static_cast<size_t>(n);
-  }
-  if (!error && fchmod(fd, mode) != 0) error = errno;
-  if (close(fd) != 0 && !error) error = errno;
-  if (!error && rename(temp.c_str(), fileName.c_str()) != 0) error = errno;
-  if (error) {
-    unlink(temp.c_str());
-    throw EQelFileError(fileName, std::strerror(error));
-  }
-}
-
-}  // namespace
-
-// --- TQelCustomExchange ------------------------------------------------------
-
-TQelCustomExchange::TQelCustomExchange(TComponent* AOwner) : TQelRender(AOwner) {}
-
-void TQelCustomExchange::SetObjectNode(TQelNode* value) {
-  if (objectNode_ == value) return;
-  if (objectNode_) objectNode_->RemoveFreeNotification(this);
-  objectNode_ = value;
-  if (objectNode_) objectNode_->FreeNotification(this);
-}
-
-void TQelCustomExchange::Notification(TComponent* AComponent, TOperation Operation) {
-  TQelRender::Notification(AComponent, Operation);
-  if (Operation == opRemove && AComponent == objectNode_) objectNode_ = nullptr;
-}
-
-void TQelCustomExchange::Progress(const std::string& text, double fraction) {
-  phase_ = text;
-  if (OnProgress) OnProgress(fraction, text);
-}
-
-void TQelCustomExchange::SubProgressStep(double fraction) {
-  if (OnProgress && progressTotal_ > 0)
-    OnProgress((progressDone_ + fraction) / progressTotal_, phase_);
-}
-
-void TQelCustomExchange::Log(int32_t level, const std::string& text) {
-  if (level <= messageLevel_) messages_.push_back(LevelWord(level) + " " + text);
-}
-
-void TQelCustomExchange::StartProgress(const std::string& phase, int32_t total) {
-  phase_ = phase;
-  progressDone_ = 0;
-  progressTotal_ = total;
-}
-
-void TQelCustomExchange::StepProgress() {
-  ++progressDone_;
-  if (OnProgress && progressTotal_ > 0)
-    OnProgress(static_cast<double>(progressDone_) / progressTotal_, phase_);
-}
 
 // --- the exchange's working state ---------------------------------------------
 
 struct TQelExchange::Impl {
-  // Writing. Every open tag is a line in text; an attribute or value for a
-  // tag whose children already follow it is not inserted at once (that
-  // would move all of them) but kept as a patch and merged in one pass at
-  // the end, so writing stays linear in the size of the file.
-  struct OutTag {
-    std::string name;
-    size_t lineStart;  // where its line begins
-    size_t gtPos;      // its '>'; attributes go here
-    size_t valuePos;   // before its line's CR LF; values go here
-    int32_t depth;
-    int32_t children = 0;
-    bool hasAttr = false;
-    bool hasValue = false;
-    bool patched = false;  // edits go to patches from now on
-  };
-  struct Patch {
-    size_t pos;
-    size_t offset, length;  // in patchText
-  };
-  std::string text;
-  std::vector<OutTag> tags;
-  std::vector<Patch> patches;
-  std::string patchText;
-  std::string scratch;
+  TQelTagWriter writer;
 
   // References while writing: object at index ID, and whether its own tag
   // has been written.
@@ -161,38 +40,6 @@ struct TQelExchange::Impl {
   std::vector<std::pair<TPersistent*, std::string>> pending;  // object, "name=ID;..."
   std::unordered_map<const TPersistent*, size_t> pendingIndex;
   const std::string* refEntry = nullptr;  // the entry of the object in ReadRef
-
-  void Insert(OutTag& t, size_t& at, std::string_view piece) {
-    if (t.children > 0 || t.patched) {
-      t.patched = true;
-      patches.push_back({at, patchText.size(), piece.size()});
-      patchText.append(piece);
-      return;
-    }
-    // The tag is the last line: only its tail moves.
-    text.insert(at, piece);
-    if (&at == &t.gtPos) t.valuePos += piece.size();
-    at += piece.size();
-  }
-
-  // The text with every patch in place.
-  void Merge() {
-    if (patches.empty()) return;
-    std::stable_sort(patches.begin(), patches.end(),
-                     [](const Patch& a, const Patch& b) { return a.pos < b.pos; });
-    std::string out;
-    out.reserve(text.size() + patchText.size());
-    size_t from = 0;
-    for (const Patch& p : patches) {
-      out.append(text, from, p.pos - from);
-      out.append(patchText, p.offset, p.length);
-      from = p.pos;
-    }
-    out.append(text, from, std::string::npos);
-    text.swap(out);
-    patches.clear();
-    patchText.clear();
-  }
 
   // The value of attribute name of the tag being opened, or null.
   bool FindParam(std::string_view name, std::string_view& value) const {
@@ -231,10 +78,7 @@ TQelExchange::~TQelExchange() { Destroying(); }
 
 void TQelExchange::Clear() {
   Impl& d = *impl_;
-  d.text.clear();
-  d.tags.clear();
-  d.patches.clear();
-  d.patchText.clear();
+  d.writer.Clear();
   d.refs.clear();
   d.refIds.clear();
   d.defined.clear();
@@ -248,10 +92,7 @@ void TQelExchange::Clear() {
   ClearMessages();
 }
 
-const std::string& TQelExchange::GetText() {
-  impl_->Merge();
-  return impl_->text;
-}
+const std::string& TQelExchange::GetText() { return impl_->writer.GetText(); }
 
 // --- saving -------------------------------------------------------------------
 
@@ -265,10 +106,7 @@ bool TQelExchange::SaveToFile(const std::string& fileName, TPersistent* object) 
   try {
     SaveObjs(object);
   } catch (...) {
-    Impl& d = *impl_;
-    d.tags.clear();
-    d.patches.clear();
-    d.patchText.clear();
+    impl_->writer.Clear();
     state_ = stReady;
     throw;
   }
@@ -281,15 +119,10 @@ void TQelExchange::SaveObjs(TPersistent* object) {
   Clear();
   auto writeRoot = [this] {
     StartTag("QELGL");
-    Impl& d = *impl_;
-    for (auto [name, value] : {std::pair<const char*, std::string>{"version", QelProductVersion()},
-                               {"program", QelProductName()},
-                               {"description", fileDescription_}}) {
-      d.scratch = std::string(" ") + name + "=\"" + value + "\"";
-      Impl::OutTag& t = d.tags.back();
-      d.Insert(t, t.gtPos, d.scratch);
-      t.hasAttr = true;
-    }
+    TQelTagWriter& w = impl_->writer;
+    w.Attribute("version", QelProductVersion(), paramNewLine_);
+    w.Attribute("program", QelProductName(), paramNewLine_);
+    w.Attribute("description", fileDescription_, paramNewLine_);
     state_ = stQELGLSave;
   };
   if (auto* node = dynamic_cast<TQelNode*>(object)) {
@@ -314,74 +147,23 @@ void TQelExchange::SaveObjs(TPersistent* object) {
     StartTag("Objects");
     object->WriteComp(this, QelTagNameOf(object));
   }
-  while (!impl_->tags.empty()) EndTag();
+  while (impl_->writer.GetDepth() > 0) EndTag();
   state_ = stEndSave;
-  StoreText(fileName_, GetText());
-  impl_->tags.clear();
+  QelWriteFileAtomically(fileName_, GetText());
   state_ = stReady;
   Progress("SaveXML finished", 1);
 }
 
-void TQelExchange::StartTag(const std::string& name) {
-  Impl& d = *impl_;
-  const int32_t depth = static_cast<int32_t>(d.tags.size());
-  if (!d.tags.empty()) ++d.tags.back().children;
-  Impl::OutTag t;
-  t.name = name;
-  t.depth = depth;
-  t.lineStart = d.text.size();
-  d.text.append(2 * depth, ' ');
-  d.text += '<';
-  d.text += name;
-  t.gtPos = d.text.size();
-  d.text += ">\r\n";
-  t.valuePos = t.gtPos + 1;
-  d.tags.push_back(std::move(t));
-}
+void TQelExchange::StartTag(const std::string& name) { impl_->writer.StartTag(name); }
 
-void TQelExchange::EndTag() {
-  Impl& d = *impl_;
-  if (d.tags.empty()) return;
-  Impl::OutTag& t = d.tags.back();
-  if (t.children == 0 && !t.hasValue && !t.hasAttr && noDefaultValues_) {
-    d.text.resize(t.lineStart);
-    if (d.tags.size() > 1) --d.tags[d.tags.size() - 2].children;
-  } else if (t.children == 0 && !t.hasValue) {
-    d.text.insert(t.gtPos, 1, '/');
-  } else {
-    d.text.append(2 * t.depth, ' ');
-    d.text += "</";
-    d.text += t.name;
-    d.text += ">\r\n";
-  }
-  d.tags.pop_back();
-}
+void TQelExchange::EndTag() { impl_->writer.EndTag(noDefaultValues_); }
 
-void TQelExchange::addvalue(const std::string& text) {
-  Impl& d = *impl_;
-  if (text.empty() || d.tags.empty()) return;
-  Impl::OutTag& t = d.tags.back();
-  d.scratch.clear();
-  if (!t.hasValue) d.scratch.append(2 * (t.depth + 1), ' ');
-  d.scratch += text;
-  d.Insert(t, t.valuePos, d.scratch);
-  t.hasValue = true;
-}
+void TQelExchange::addvalue(const std::string& text) { impl_->writer.Value(text); }
 
 // Writes name="text" on the current tag.
 static void AddAttribute(TQelExchange::Impl& d, bool paramNewLine, const std::string& name,
                          std::string_view text) {
-  if (d.tags.empty()) return;
-  TQelExchange::Impl::OutTag& t = d.tags.back();
-  d.scratch.clear();
-  if (paramNewLine && t.hasAttr) d.scratch += "\r\n";
-  d.scratch += ' ';
-  d.scratch += name;
-  d.scratch += "=\"";
-  d.scratch += text;
-  d.scratch += '"';
-  d.Insert(t, t.gtPos, d.scratch);
-  t.hasAttr = true;
+  d.writer.Attribute(name, text, paramNewLine);
 }
 
 void TQelExchange::addtag(const std::string& name, int32_t value, const char* const* names,
