@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "qelon/exchange/qeliexchange.h"
+
 const float tolerance = 0.001f;
 
 TQelProperty::TQelProperty() { TQelProperty::Clear(); }
@@ -52,6 +54,17 @@ void TQelVector::Assign(TPersistent* Source) {
     Changed();
   }
   TQelProperty::Assign(Source);
+}
+
+void TQelVector::WriteValues(IQelExchange* exchange) {
+  TQelProperty::WriteValues(exchange);
+  exchange->addtag("P", *this, GetDefault());
+}
+
+void TQelVector::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
+  TQelProperty::ReadValues(exchange, tag);
+  TQelMathVector v = GetAsMathVector();
+  if (exchange->getvalue("P", v)) SetAsMathVector(v);
 }
 
 // --- TQelDirection --------------------------------------------------------
@@ -119,4 +132,18 @@ void TQelColor::Assign(TPersistent* Source) {
     Changed();
   }
   TQelProperty::Assign(Source);
+}
+
+void TQelColor::WriteValues(IQelExchange* exchange) {
+  TQelProperty::WriteValues(exchange);
+  exchange->addtag("Color", static_cast<int32_t>(color_), static_cast<int32_t>(0xFFFFFF));
+  exchange->addtag("Alpha", alpha_, 1.0f);
+}
+
+void TQelColor::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
+  TQelProperty::ReadValues(exchange, tag);
+  int32_t color = static_cast<int32_t>(color_);
+  if (exchange->getvalue("Color", color)) SetColor(static_cast<TColor>(color));
+  float alpha = alpha_;
+  if (exchange->getvalue("Alpha", alpha)) SetAlpha(alpha);
 }

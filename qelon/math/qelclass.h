@@ -59,8 +59,14 @@ public:
   void incZ(float delta) { SetZ(z_ + delta); }
   TQelMathVector GetAsMathVector() const { return {x_, y_, z_}; }
   void SetAsMathVector(const TQelMathVector& v);
+  // The value Clear gives, which a scene file may leave out.
+  virtual TQelMathVector GetDefault() const { return ZEROVEC; }
   void Clear() override;
   void Assign(TPersistent* Source) override;
+
+  // "P": the three components.
+  void WriteValues(IQelExchange* exchange) override;
+  void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
 
 protected:
   float x_ = 0, y_ = 0, z_ = 0;
@@ -74,6 +80,7 @@ public:
   void SetX(float v) override;
   void SetY(float v) override;
   void SetZ(float v) override;
+  TQelMathVector GetDefault() const override { return {0, 0, 1}; }
   void Clear() override;
 };
 
@@ -99,6 +106,10 @@ public:
   void SetParams(float r, float g, float b, float a);
   void Clear() override;
   void Assign(TPersistent* Source) override;
+
+  // "Color" (the 0x00BBGGRR value) and "Alpha".
+  void WriteValues(IQelExchange* exchange) override;
+  void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
 
 private:
   TColor color_ = 0xFFFFFF;

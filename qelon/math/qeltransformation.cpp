@@ -5,6 +5,9 @@
 #include <array>
 #include <cmath>
 
+#include "qelon/exchange/qeliexchange.h"
+#include "qelon/exchange/xmlparser.h"
+
 const char* const TQelRotationOrderStr[6] = {"roXYZ", "roXZY", "roYXZ",
                                              "roZYX", "roYZX", "roZXY"};
 const char* const TQelTransformationOrderStr[6] = {"toRotTraSca", "toRotScaTra", "toTraRotSca",
@@ -194,6 +197,17 @@ void TQelRotation::Assign(TPersistent* Source) {
 void TQelRotation::Clear() {
   TQelVector::Clear();
   order_ = roXYZ;
+}
+
+void TQelRotation::WriteValues(IQelExchange* exchange) {
+  TQelTransform::WriteValues(exchange);
+  exchange->addtag("Order", order_, TQelRotationOrderStr, roXYZ);
+}
+
+void TQelRotation::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
+  TQelTransform::ReadValues(exchange, tag);
+  TQelRotationOrder order = order_;
+  if (exchange->getenum("Order", TQelRotationOrderStr, order)) SetOrder(order);
 }
 
 // --- TQelScale --------------------------------------------------------------
@@ -496,4 +510,30 @@ void TQelTransformation::Assign(TPersistent* Source) {
     Changed();
   }
   TQelProperty::Assign(Source);
+}
+
+namespace {
+const char* const kPartTags[3] = {"Rotation", "Scale", "Translation"};  // by part index
+}  // namespace
+
+void TQelTransformation::WriteValues(IQelExchange* exchange) {
+  TQelProperty::WriteValues(exchange);
+  exchange->addtag("Order", order_, TQelTransformationOrderStr, toRotTraSca);
+  for (int i = 0; i < 3; ++i) GetTransform(i)->WriteComp(exchange, kPartTags[i]);
+}
+
+void TQelTransformation::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
+  TQelProperty::ReadValues(exchange, tag);
+  TQelTransformationOrder order = order_;
+  if (exchange->getenum("Order", TQelTransformationOrderStr, order)) SetOrder(order);
+}
+
+TPersistent* TQelTransformation::ReadComp(IQelExchange* exchange, TXMLTag* tag) {
+  for (int i = 0; i < 3; ++i)
+    if (tag->Name == kPartTags[i]) {
+      TQelTransform* part = GetTransform(i);
+      part->ReadValues(exchange, tag);
+      return part;
+    }
+  return TQelProperty::ReadComp(exchange, tag);
 }

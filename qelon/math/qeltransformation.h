@@ -39,6 +39,10 @@ public:
   void Assign(TPersistent* Source) override;  // angles and order
   void Clear() override;                      // angles 0, roXYZ
 
+  // "P" and "Order".
+  void WriteValues(IQelExchange* exchange) override;
+  void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
+
 private:
   TQelRotationOrder order_ = roXYZ;
 };
@@ -54,6 +58,7 @@ public:
   bool GetEmpty() const override;  // (1, 1, 1)
   void CalcMatrix(TQelMatrix& matrix, bool inverse) override;
   void Clear() override;  // (1, 1, 1)
+  TQelMathVector GetDefault() const override { return {1, 1, 1}; }
 };
 
 // X, Y, Z offsets. Inverted it translates by the negated offsets, even (0, 0, 0).
@@ -166,6 +171,11 @@ public:
   // and takes over the source's handler as every property's Assign does
   // (owners re-wire it); the parts stay wired to this transformation.
   void Assign(TPersistent* Source) override;
+
+  // "Order", then the parts as "Rotation", "Scale" and "Translation".
+  void WriteValues(IQelExchange* exchange) override;
+  void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
+  TPersistent* ReadComp(IQelExchange* exchange, TXMLTag* tag) override;
 
 private:
   void WireParts();

@@ -2,6 +2,8 @@
 
 #include <typeinfo>
 
+#include "qelon/exchange/qeliexchange.h"
+#include "qelon/exchange/xmlparser.h"
 #include "qelon/platform/qelerror.h"
 #include "qelon/scene/qelglstate.h"
 #include "qelon/view/qelcam.h"
@@ -68,6 +70,11 @@ void TQelTransformed::Assign(TPersistent* Source) {
 
 // --- TQelCoordinates --------------------------------------------------------
 
+namespace {
+const TColor kAxisColors[3] = {0x0000FF, 0x00FF00, 0xFF0000};  // red, green, blue
+const char* const kAxisColorNames[3] = {"ColorX", "ColorY", "ColorZ"};
+}  // namespace
+
 TQelCoordinates::TQelCoordinates() = default;
 
 void TQelCoordinates::SetVisible(bool value) {
@@ -96,9 +103,7 @@ void TQelCoordinates::Clear() {
   TQelRenderProperty::Clear();
   visible_ = false;
   length_ = 1.0f;
-  colors_[0] = 0x0000FF;
-  colors_[1] = 0x00FF00;
-  colors_[2] = 0xFF0000;
+  for (int i = 0; i < 3; ++i) colors_[i] = kAxisColors[i];
 }
 
 void TQelCoordinates::Assign(TPersistent* Source) {
@@ -394,26 +399,87 @@ void TQelRender::Assign(TPersistent* Source) {
   TQelTransformed::Assign(Source);
 }
 
-// --- exchange: filled in by the exchange module ----------------------------
+// --- exchange -----------------------------------------------------------------
+
+void TQelComponent::WriteValues(IQelExchange* exchange) {
+  TComponent::WriteValues(exchange);
+  exchange->AddAsRef("ID", this);
+  exchange->addtag("Name", GetName(), std::string());
+}
+
+void TQelComponent::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
+  TComponent::ReadValues(exchange, tag);
+  exchange->GetAsRef("ID", this);
+  std::string name = GetName();
+  if (exchange->getvalue("Name", name)) SetName(name);
+}
+
+void TQelTransformed::WriteValues(IQelExchange* exchange) {
+  TQelComponent::WriteValues(exchange);
+  transformation_->WriteComp(exchange, "Transformation");
+}
+
+TPersistent* TQelTransformed::ReadComp(IQelExchange* exchange, TXMLTag* tag) {
+  if (tag->Name == "Transformation") {
+    transformation_->ReadValues(exchange, tag);
+    return transformation_.get();
+  }
+  return TQelComponent::ReadComp(exchange, tag);
+}
+
+bool TQelCoordinates::GetIsDefault() const {
+  return !visible_ && length_ == 1.0f && colors_[0] == kAxisColors[0] &&
+         colors_[1] == kAxisColors[1] && colors_[2] == kAxisColors[2];
+}
 
 void TQelCoordinates::WriteValues(IQelExchange* exchange) {
   TQelRenderProperty::WriteValues(exchange);
+  exchange->addtag("Visible", visible_, false);
+  exchange->addtag("Length", length_, 1.0f);
+  for (int i = 0; i < 3; ++i)
+    exchange->addtag(kAxisColorNames[i], static_cast<int32_t>(colors_[i]),
+                     static_cast<int32_t>(kAxisColors[i]));
 }
 
 void TQelCoordinates::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
   TQelRenderProperty::ReadValues(exchange, tag);
+  bool visible = visible_;
+  if (exchange->getvalue("Visible", visible)) SetVisible(visible);
+  float length = length_;
+  if (exchange->getvalue("Length", length)) SetLength(length);
+  for (int i = 0; i < 3; ++i) {
+    int32_t color = static_cast<int32_t>(colors_[i]);
+    if (exchange->getvalue(kAxisColorNames[i], color)) SetColor(i, static_cast<TColor>(color));
+  }
 }
 
-void TQelRender::WriteValues(IQelExchange* exchange) { TQelTransformed::WriteValues(exchange); }
+void TQelRender::WriteValues(IQelExchange* exchange) {
+  TQelTransformed::WriteValues(exchange);
+  exchange->addtag("Enabled", enabled_, true);
+  exchange->addtag("Cached", cached_, false);
+  exchange->addtag("ProjectionEnabled", projectionEnabled_, false);
+  exchange->addtag("ObjectName", objectName_, std::string());
+  // Ordinary files carry no axes; only changed ones are kept.
+  if (!coordinates_->GetIsDefault()) coordinates_->WriteComp(exchange, "Coordinates");
+}
 
 void TQelRender::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
   TQelTransformed::ReadValues(exchange, tag);
+  bool enabled = enabled_;
+  if (exchange->getvalue("Enabled", enabled)) SetEnabled(enabled);
+  bool cached = cached_;
+  if (exchange->getvalue("Cached", cached)) SetCached(cached);
+  bool projectionEnabled = projectionEnabled_;
+  if (exchange->getvalue("ProjectionEnabled", projectionEnabled))
+    SetProjectionEnabled(projectionEnabled);
+  std::string objectName = objectName_;
+  if (exchange->getvalue("ObjectName", objectName)) SetObjectName(objectName);
 }
 
 TPersistent* TQelRender::ReadComp(IQelExchange* exchange, TXMLTag* tag) {
+  if (tag->Name == "Coordinates") {
+    coordinates_->ReadValues(exchange, tag);
+    return coordinates_.get();
+  }
   return TQelTransformed::ReadComp(exchange, tag);
 }
-
-void TQelComponent::WriteValues(IQelExchange* exchange) {}
-
-void TQelComponent::ReadValues(IQelExchange* exchange, TXMLTag* tag) {}

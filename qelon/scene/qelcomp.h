@@ -79,6 +79,10 @@ public:
   virtual void SubChange(TObject* Sender);
   void Assign(TPersistent* Source) override;
 
+  // The component's values, then the child "Transformation".
+  void WriteValues(IQelExchange* exchange) override;
+  TPersistent* ReadComp(IQelExchange* exchange, TXMLTag* tag) override;
+
   // The handler SubChangeHandler makes: calls SubChange while target lives.
   struct TSubChangeLink {
     TQelTransformed* target;
@@ -121,7 +125,10 @@ public:
   void Render() override;
   void Clear() override;
   void Assign(TPersistent* Source) override;
+  // Whether every value is the one Clear gives.
+  bool GetIsDefault() const;
 
+  // "Visible", "Length", "ColorX", "ColorY", "ColorZ".
   void WriteValues(IQelExchange* exchange) override;
   void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
 
@@ -211,6 +218,8 @@ public:
   void Notification(TComponent* AComponent, TOperation Operation) override;
   void Assign(TPersistent* Source) override;
 
+  // "Enabled", "Cached", "ProjectionEnabled", "ObjectName", and the child
+  // "Coordinates" only when the axes differ from their defaults.
   void WriteValues(IQelExchange* exchange) override;
   void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
   TPersistent* ReadComp(IQelExchange* exchange, TXMLTag* tag) override;

@@ -5,6 +5,11 @@
 
 #include <typeinfo>
 
+#include "qelon/appearance/qelattr.h"
+#include "qelon/appearance/qelmat.h"
+#include "qelon/appearance/qeltex.h"
+#include "qelon/exchange/qeliexchange.h"
+#include "qelon/exchange/xmlparser.h"
 #include "qelon/platform/qelerror.h"
 #include "qelon/scene/qelglstate.h"
 
@@ -89,7 +94,9 @@ int32_t TQelNode::Remove(TQelRender* item) {
 int32_t TQelNode::Add(TQelRender* item) {
   if (!item) return -1;
   Insert(GetCount(), item);
-  return IndexOf(item) < 0 ? -1 : GetCount() - 1;
+  // Inserted, the item is last (it left this list first if it was here);
+  // no search, so that loading many items stays linear.
+  return !entries_.empty() && entries_.back().item == item ? GetCount() - 1 : -1;
 }
 
 int32_t TQelNode::AddIndirect(TQelRender* item) {
@@ -403,29 +410,81 @@ void TQelObject::Assign(TPersistent* Source) {
   }
 }
 
-// --- exchange: filled in by the exchange module ------------------------------
+// --- exchange -----------------------------------------------------------------
 
-void TQelNode::WriteValues(IQelExchange* exchange) { TQelCustomNode::WriteValues(exchange); }
-
-void TQelNode::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
-  TQelCustomNode::ReadValues(exchange, tag);
+void TQelNode::WriteValues(IQelExchange* exchange) {
+  TQelCustomNode::WriteValues(exchange);
+  for (const Entry& e : entries_) {
+    if (!e.item || !e.item->GetEnabled()) continue;
+    e.item->WriteComp(exchange, QelTagNameOf(e.item));
+    // Progress counts the leaves; a node's own items step for it.
+    if (!dynamic_cast<TQelNode*>(e.item)) exchange->ProgressStep();
+  }
+  if (anchor_ && anchor_->GetCount() > 0) anchor_->WriteComp(exchange, "Anchor");
 }
 
 TPersistent* TQelNode::ReadComp(IQelExchange* exchange, TXMLTag* tag) {
-  return TQelCustomNode::ReadComp(exchange, tag);
+  TPersistent* result = nullptr;
+  if (tag->Name != "Anchor") {
+    TQelRenderClass cls = GetRenderClass(tag->Name);
+    if (cls && cls->Create) {
+      TQelRender* item = cls->Create(this);
+      Add(item);
+      item->ReadValues(exchange, tag);
+      result = item;
+    }
+  } else {
+    TQelAnchor* anchor = GetAnchor();
+    anchor->ReadValues(exchange, tag);
+    result = anchor;
+  }
+  if (!result) result = TQelCustomNode::ReadComp(exchange, tag);
+  if (!result) exchange->Error(qlError, "Class " + tag->Name + " not found.");
+  return result;
 }
 
-void TQelObject::WriteValues(IQelExchange* exchange) { TQelRender::WriteValues(exchange); }
+void TQelObject::WriteValues(IQelExchange* exchange) {
+  TQelRender::WriteValues(exchange);
+  exchange->addtag("ObjectID", objectID_, -1);
+  exchange->addtag("Textured", GetTextured(), false);
+  exchange->addtag("ColorAsMaterial", colorAsMaterial_, TQelColorAsMaterialStr, cmNone);
+  exchange->AddRef("Attributes", GetAttributes());
+  exchange->AddRef("Texture", GetTexture());
+  exchange->AddRef("Material", GetMaterial());
+  color_->WriteComp(exchange, "Color");
+}
 
 void TQelObject::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
   TQelRender::ReadValues(exchange, tag);
+  int32_t objectID = objectID_;
+  if (exchange->getvalue("ObjectID", objectID)) SetObjectID(objectID);
+  bool textured = GetTextured();
+  if (exchange->getvalue("Textured", textured)) SetTextured(textured);
+  TQelColorAsMaterial colorAsMaterial = colorAsMaterial_;
+  if (exchange->getenum("ColorAsMaterial", TQelColorAsMaterialStr, colorAsMaterial))
+    SetColorAsMaterial(colorAsMaterial);
+  exchange->GetRef("Attributes", this);
+  exchange->GetRef("Texture", this);
+  exchange->GetRef("Material", this);
 }
 
 TPersistent* TQelObject::ReadComp(IQelExchange* exchange, TXMLTag* tag) {
+  if (tag->Name == "Color") {
+    color_->ReadValues(exchange, tag);
+    return color_.get();
+  }
   return TQelRender::ReadComp(exchange, tag);
 }
 
-void TQelObject::ReadRef(IQelExchange* exchange) { TQelRender::ReadRef(exchange); }
+void TQelObject::ReadRef(IQelExchange* exchange) {
+  TQelRender::ReadRef(exchange);
+  TQelAttributes* attributes = nullptr;
+  if (exchange->GetRefObj("Attributes", attributes)) SetAttributes(attributes);
+  TQelTexture* texture = nullptr;
+  if (exchange->GetRefObj("Texture", texture)) SetTexture(texture);
+  TQelMaterial* material = nullptr;
+  if (exchange->GetRefObj("Material", material)) SetMaterial(material);
+}
 
 // --- the scene's own classes, registered when the library loads -------------
 

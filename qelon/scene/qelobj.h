@@ -141,8 +141,11 @@ public:
   void DoRender(TQelCustomView* view) override;
   void Notification(TComponent* AComponent, TOperation Operation) override;
 
+  // The node's own values, then each enabled item under its class name in
+  // upper case, then the anchor ("Anchor") when it holds anything.
   void WriteValues(IQelExchange* exchange) override;
-  void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
+  // A tag naming a registered class becomes a new item owned by this node;
+  // "Anchor" goes to the anchor; an unknown tag is reported (level 10).
   TPersistent* ReadComp(IQelExchange* exchange, TXMLTag* tag) override;
 
 private:
@@ -210,6 +213,8 @@ public:
   void Notification(TComponent* AComponent, TOperation Operation) override;
   void Assign(TPersistent* Source) override;
 
+  // "ObjectID", "Textured", "ColorAsMaterial", the references "Attributes",
+  // "Texture" and "Material" (resolved in ReadRef), and the child "Color".
   void WriteValues(IQelExchange* exchange) override;
   void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
   TPersistent* ReadComp(IQelExchange* exchange, TXMLTag* tag) override;

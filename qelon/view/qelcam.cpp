@@ -6,6 +6,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "qelon/exchange/qeliexchange.h"
+#include "qelon/exchange/xmlparser.h"
+
 // --- TQelRect ---------------------------------------------------------------
 
 TQelRect::TQelRect() { TQelRect::Clear(); }
@@ -260,4 +263,77 @@ void TQelOrthographicCamera::Assign(TPersistent* Source) {
     viewHeight_ = c->viewHeight_;
   }
   TQelCamera::Assign(Source);
+}
+
+// --- exchange -----------------------------------------------------------------
+
+void TQelRect::WriteValues(IQelExchange* exchange) {
+  TQelProperty::WriteValues(exchange);
+  exchange->addtag("Left", left_, 0);
+  exchange->addtag("Right", right_, 100);
+  exchange->addtag("Top", top_, 0);
+  exchange->addtag("Bottom", bottom_, 100);
+}
+
+void TQelRect::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
+  TQelProperty::ReadValues(exchange, tag);
+  int32_t value = left_;
+  if (exchange->getvalue("Left", value)) SetLeft(value);
+  value = right_;
+  if (exchange->getvalue("Right", value)) SetRight(value);
+  value = top_;
+  if (exchange->getvalue("Top", value)) SetTop(value);
+  value = bottom_;
+  if (exchange->getvalue("Bottom", value)) SetBottom(value);
+}
+
+void TQelCamera::WriteValues(IQelExchange* exchange) {
+  TQelTransformed::WriteValues(exchange);
+  exchange->addtag("ViewNear", viewNear_, 0.1f);
+  exchange->addtag("ViewFar", viewFar_, 10.0f);
+  exchange->addtag("EnableViewport", enableViewport_, false);
+  viewport_->WriteComp(exchange, "Viewport");
+}
+
+void TQelCamera::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
+  TQelTransformed::ReadValues(exchange, tag);
+  float value = viewNear_;
+  if (exchange->getvalue("ViewNear", value)) SetViewNear(value);
+  value = viewFar_;
+  if (exchange->getvalue("ViewFar", value)) SetViewFar(value);
+  bool enableViewport = enableViewport_;
+  if (exchange->getvalue("EnableViewport", enableViewport)) SetEnableViewport(enableViewport);
+}
+
+TPersistent* TQelCamera::ReadComp(IQelExchange* exchange, TXMLTag* tag) {
+  if (tag->Name == "Viewport") {
+    viewport_->ReadValues(exchange, tag);
+    return viewport_.get();
+  }
+  return TQelTransformed::ReadComp(exchange, tag);
+}
+
+void TQelPerspectiveCamera::WriteValues(IQelExchange* exchange) {
+  TQelCamera::WriteValues(exchange);
+  exchange->addtag("ViewAngle", viewAngle_, 45.0f);
+}
+
+void TQelPerspectiveCamera::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
+  TQelCamera::ReadValues(exchange, tag);
+  float value = viewAngle_;
+  if (exchange->getvalue("ViewAngle", value)) SetViewAngle(value);
+}
+
+void TQelOrthographicCamera::WriteValues(IQelExchange* exchange) {
+  TQelCamera::WriteValues(exchange);
+  exchange->addtag("ViewWidth", viewWidth_, 2.0f);
+  exchange->addtag("ViewHeight", viewHeight_, 2.0f);
+}
+
+void TQelOrthographicCamera::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
+  TQelCamera::ReadValues(exchange, tag);
+  float value = viewWidth_;
+  if (exchange->getvalue("ViewWidth", value)) SetViewWidth(value);
+  value = viewHeight_;
+  if (exchange->getvalue("ViewHeight", value)) SetViewHeight(value);
 }

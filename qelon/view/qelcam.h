@@ -35,6 +35,10 @@ public:
   void Clear() override;  // 0, 100, 0, 100; drops the handler
   void Assign(TPersistent* Source) override;
 
+  // "Left", "Right", "Top", "Bottom".
+  void WriteValues(IQelExchange* exchange) override;
+  void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
+
 private:
   int32_t left_ = 0, right_ = 100, top_ = 0, bottom_ = 100;
 };
@@ -90,6 +94,13 @@ public:
   // Near and far, then the transformation.
   void Assign(TPersistent* Source) override;
 
+  // A camera is saved on its own (it is not in the scene tree): the
+  // component's values, "ViewNear", "ViewFar", "EnableViewport" and the
+  // child "Viewport".
+  void WriteValues(IQelExchange* exchange) override;
+  void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
+  TPersistent* ReadComp(IQelExchange* exchange, TXMLTag* tag) override;
+
 private:
   void WireViewport();
   float viewNear_ = 0.1f;
@@ -112,6 +123,10 @@ public:
   void Adjust(int32_t width, int32_t height) override;
   void Assign(TPersistent* Source) override;
 
+  // "ViewAngle" after the camera's values.
+  void WriteValues(IQelExchange* exchange) override;
+  void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
+
 private:
   float viewAngle_ = 45.0f;
 };
@@ -131,6 +146,10 @@ public:
 
   void Adjust(int32_t width, int32_t height) override;
   void Assign(TPersistent* Source) override;
+
+  // "ViewWidth" and "ViewHeight" after the camera's values.
+  void WriteValues(IQelExchange* exchange) override;
+  void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
 
 private:
   float viewWidth_ = 2.0f;
