@@ -200,7 +200,7 @@ void TQelAttributes::WriteValues(IQelExchange* exchange) {
   exchange->addtag("PolygonMode", polygonMode_, TQelPolygonModeStr, pmFill);
   exchange->addtag("ShadeModel", shadeModel_, TQelShadeModelStr, smSmooth);
   exchange->addtag("Transparency", transparency_, TQelTransparencyModeStr, tmNone);
-  ambient_->WriteComp(exchange, "ColorAmbient");
+  ambient_->WriteAs(exchange, "ColorAmbient", 0x333333);
 }
 
 void TQelAttributes::ReadValues(IQelExchange* exchange, TXMLTag* tag) {

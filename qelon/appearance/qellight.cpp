@@ -110,7 +110,7 @@ void TQelLight::Assign(TPersistent* Source) {
 
 void TQelLight::WriteValues(IQelExchange* exchange) {
   TQelRender::WriteValues(exchange);
-  ambient_->WriteComp(exchange, "Ambient");
+  ambient_->WriteAs(exchange, "Ambient", 0);
   diffuse_->WriteComp(exchange, "Diffuse");
   specular_->WriteComp(exchange, "Specular");
   exchange->addtag("CutOff", cutOff_, 180.0f);

@@ -86,7 +86,7 @@ void TQelMaterial::Assign(TPersistent* Source) {
 void TQelMaterial::WriteValues(IQelExchange* exchange) {
   TQelRender::WriteValues(exchange);
   exchange->addtag("Face", face_, TMaterialFaceStr, mfFrontBack);
-  for (int i = 0; i < 4; ++i) colors_[i]->WriteComp(exchange, kPartTags[i]);
+  for (int i = 0; i < 4; ++i) colors_[i]->WriteAs(exchange, kPartTags[i], kDefaultColors[i]);
   exchange->addtag("Shininess", shininess_, 0);
 }
 

@@ -61,6 +61,13 @@ void TQelVector::WriteValues(IQelExchange* exchange) {
   exchange->addtag("P", *this, GetDefault());
 }
 
+void TQelVector::WriteAs(IQelExchange* exchange, const std::string& name,
+                         const TQelMathVector& def) {
+  exchange->StartTag(name);
+  exchange->addtag("P", *this, def);
+  exchange->EndTag();
+}
+
 void TQelVector::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
   TQelProperty::ReadValues(exchange, tag);
   TQelMathVector v = GetAsMathVector();
@@ -138,6 +145,14 @@ void TQelColor::WriteValues(IQelExchange* exchange) {
   TQelProperty::WriteValues(exchange);
   exchange->addtag("Color", static_cast<int32_t>(color_), static_cast<int32_t>(0xFFFFFF));
   exchange->addtag("Alpha", alpha_, 1.0f);
+}
+
+void TQelColor::WriteAs(IQelExchange* exchange, const std::string& name, TColor defColor,
+                        float defAlpha) {
+  exchange->StartTag(name);
+  exchange->addtag("Color", static_cast<int32_t>(color_), static_cast<int32_t>(defColor));
+  exchange->addtag("Alpha", alpha_, defAlpha);
+  exchange->EndTag();
 }
 
 void TQelColor::ReadValues(IQelExchange* exchange, TXMLTag* tag) {

@@ -61,6 +61,10 @@ public:
   void SetAsMathVector(const TQelMathVector& v);
   // The value Clear gives, which a scene file may leave out.
   virtual TQelMathVector GetDefault() const { return ZEROVEC; }
+  // Writes this vector as tag name with def as the default of "P": for
+  // owners that start it at another value than GetDefault(), so that
+  // leaving defaults out never loses a value.
+  void WriteAs(IQelExchange* exchange, const std::string& name, const TQelMathVector& def);
   void Clear() override;
   void Assign(TPersistent* Source) override;
 
@@ -110,6 +114,10 @@ public:
   // "Color" (the 0x00BBGGRR value) and "Alpha".
   void WriteValues(IQelExchange* exchange) override;
   void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
+  // Writes this colour as tag name with the given defaults: for owners that
+  // start it at another colour than white.
+  void WriteAs(IQelExchange* exchange, const std::string& name, TColor defColor,
+               float defAlpha = 1.0f);
 
 private:
   TColor color_ = 0xFFFFFF;

@@ -519,7 +519,11 @@ const char* const kPartTags[3] = {"Rotation", "Scale", "Translation"};  // by pa
 void TQelTransformation::WriteValues(IQelExchange* exchange) {
   TQelProperty::WriteValues(exchange);
   exchange->addtag("Order", order_, TQelTransformationOrderStr, toRotTraSca);
-  for (int i = 0; i < 3; ++i) GetTransform(i)->WriteComp(exchange, kPartTags[i]);
+  GetTransform(0)->WriteComp(exchange, kPartTags[0]);
+  // A viewing transformation starts at scale (-1, -1, -1).
+  const double s = inverted_ ? -1 : 1;
+  GetTransform(1)->WriteAs(exchange, kPartTags[1], {s, s, s});
+  GetTransform(2)->WriteComp(exchange, kPartTags[2]);
 }
 
 void TQelTransformation::ReadValues(IQelExchange* exchange, TXMLTag* tag) {

@@ -185,25 +185,39 @@ TEST_F(AppearanceExchange, EveryValueSurvivesSaveAndLoad) {
 }
 
 TEST_F(AppearanceExchange, DefaultMaterialText) {
-  // The part colours differ from a plain colour's default (white, opaque),
-  // so they are written even here; alpha is at its default.
+  // All values at their defaults: only ID and Name, and no colour tags.
   TQelMaterial m(nullptr);
   m.SetName("m");
   ex.SetNoDefaultValues(true);
   const std::string path = File("m.xml");
   ASSERT_TRUE(ex.SaveToFile(path, &m));
-  EXPECT_EQ(ReadFile(path),
-            "<QELGL version=\"" + QelProductVersion() +
-                "\" program=\"Qelon\" description=\"\">\r\n"
-                "  <Objects>\r\n"
-                "    <TQELMATERIAL ID=\"0\" Name=\"m\">\r\n"
-                "      <Ambient Color=\"3355443\"/>\r\n"
-                "      <Diffuse Color=\"13421772\"/>\r\n"
-                "      <Specular Color=\"0\"/>\r\n"
-                "      <Emission Color=\"0\"/>\r\n"
-                "    </TQELMATERIAL>\r\n"
-                "  </Objects>\r\n"
-                "</QELGL>\r\n");
+  EXPECT_EQ(ReadFile(path), "<QELGL version=\"" + QelProductVersion() +
+                                "\" program=\"Qelon\" description=\"\">\r\n"
+                                "  <Objects>\r\n"
+                                "    <TQELMATERIAL ID=\"0\" Name=\"m\"/>\r\n"
+                                "  </Objects>\r\n"
+                                "</QELGL>\r\n");
+}
+
+TEST_F(AppearanceExchange, ValuesEqualToAPlainPropertysDefaultSurviveLeftOutDefaults) {
+  // Owners start these parts at other values than a plain colour or scale;
+  // set to the plain default they must still be written.
+  TQelMaterial m(nullptr), m2(nullptr);
+  m.GetColorAmbient()->SetColor(0xFFFFFF);
+  TQelLight l(nullptr), l2(nullptr);
+  l.GetColorAmbient()->SetColor(0xFFFFFF);
+  TQelPerspectiveCamera c(nullptr), c2(nullptr);
+  c.GetTransformation()->GetScale()->SetValues(1, 1, 1);
+  ex.SetNoDefaultValues(true);
+  ASSERT_TRUE(ex.SaveToFile(File("m.xml"), &m));
+  ASSERT_TRUE(ex.LoadFromFile(File("m.xml"), &m2));
+  ASSERT_TRUE(ex.SaveToFile(File("l.xml"), &l));
+  ASSERT_TRUE(ex.LoadFromFile(File("l.xml"), &l2));
+  ASSERT_TRUE(ex.SaveToFile(File("c.xml"), &c));
+  ASSERT_TRUE(ex.LoadFromFile(File("c.xml"), &c2));
+  EXPECT_EQ(m2.GetColorAmbient()->GetColor(), 0xFFFFFFu);
+  EXPECT_EQ(l2.GetColorAmbient()->GetColor(), 0xFFFFFFu);
+  EXPECT_EQ(c2.GetTransformation()->GetScale()->GetX(), 1.0f);
 }
 
 TEST_F(AppearanceExchange, BitmapWithoutFileNameIsSavedBesideTheScene) {
