@@ -2,6 +2,8 @@
 
 #include <GL/gl.h>
 
+#include "qelon/exchange/qeliexchange.h"
+
 namespace {
 
 struct Face {
@@ -63,6 +65,25 @@ void TQelBox::Assign(TPersistent* Source) {
     depth_ = box->depth_;
   }
   TQelPrimitiveObj::Assign(Source);
+}
+
+void TQelBox::WriteValues(IQelExchange* exchange) {
+  TQelPrimitiveObj::WriteValues(exchange);
+  exchange->addtag("Width", width_, 1.0);
+  exchange->addtag("Height", height_, 1.0);
+  exchange->addtag("Depth", depth_, 1.0);
+}
+
+void TQelBox::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
+  TQelPrimitiveObj::ReadValues(exchange, tag);
+  // The sizes belong to the mesh just read: setting them must not mark a
+  // stored mesh for generation.
+  const bool inited = GetInited();
+  double width = width_, height = height_, depth = depth_;
+  if (exchange->getvalue("Width", width)) SetWidth(width);
+  if (exchange->getvalue("Height", height)) SetHeight(height);
+  if (exchange->getvalue("Depth", depth)) SetDepth(depth);
+  SetInited(inited);
 }
 
 namespace {

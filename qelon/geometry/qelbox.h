@@ -26,6 +26,10 @@ public:
   void InitPrimitives() override;
   void Assign(TPersistent* Source) override;
 
+  // "Width", "Height", "Depth" after the mesh's values.
+  void WriteValues(IQelExchange* exchange) override;
+  void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
+
 private:
   void SetSize(double& field, double value);
 

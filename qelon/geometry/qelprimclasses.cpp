@@ -4,10 +4,19 @@
 
 #include <algorithm>
 #include <cfloat>
+#include <charconv>
 #include <cmath>
 #include <cstring>
+#include <string_view>
 #include <utility>
 
+#include "qelon/appearance/qelattr.h"
+#include "qelon/appearance/qelmat.h"
+#include "qelon/appearance/qeltex.h"
+#include "qelon/exchange/qeliexchange.h"
+#include "qelon/exchange/qelvaluetext.h"
+#include "qelon/exchange/xmlparser.h"
+#include "qelon/platform/qelerror.h"
 #include "qelon/scene/qelglstate.h"
 
 const char* const TQelArrayStr[6] = {"daVertex", "daNormal", "daTexture",
@@ -734,4 +743,273 @@ void TQelTextureFlags::Assign(TPersistent* Source) {
     Changed();
   }
   TQelProperty::Assign(Source);
+}
+
+// --- scene files ---------------------------------------------------------------
+
+namespace {
+
+// Attribute names of the point path, made once: a point is read and written
+// many thousand times per file.
+const std::string kPosition = "P", kTexture = "T", kNormal = "N", kEdge = "E", kFlag = "F",
+                  kColor = "C";
+
+// The room a store read from a file starts with.
+constexpr int32_t kReadFirstSize = 32;
+
+// A vector default that nothing equals: the value is always written.
+constexpr TQelMathVector kAlwaysWritten{QelNoDefault, QelNoDefault, QelNoDefault};
+
+// Four floats joined by ",", each in the exchange's number format.
+std::string ColorText(IQelExchange* exchange, const float* c) {
+  std::string text;
+  for (int k = 0; k < 4; ++k) {
+    if (k) text += ',';
+    text += exchange->toStr(c[k], HUGE_VALF);  // an infinite default: always written
+  }
+  return text;
+}
+
+// Reads attribute name as four floats joined by ","; false when missing.
+bool ReadColor(IQelExchange* exchange, const std::string& name, float (&c)[4]) {
+  static std::string text;  // keeps its capacity from point to point (one GUI thread)
+  if (!exchange->getvalue(name, text)) return false;
+  std::string_view rest = text;
+  float values[4];
+  for (int k = 0; k < 4; ++k) {
+    const size_t comma = rest.find(',');
+    if ((k < 3) == (comma == std::string_view::npos))
+      throw EQelConvertError("\"" + text + "\" is not a valid colour (attribute \"" + name + "\")");
+    QelParseNumber(rest.substr(0, comma), values[k]);
+    if (k < 3) rest.remove_prefix(comma + 1);
+  }
+  std::copy(values, values + 4, c);
+  return true;
+}
+
+void WriteVectorAt(IQelExchange* exchange, const std::string& name, const double* p,
+                   bool& first) {
+  // The first attribute of a point is always written, so that no point is
+  // left as an empty tag (which readers skip) when defaults are left out.
+  exchange->addtag(name, TQelMathVector{p[0], p[1], p[2]}, first ? kAlwaysWritten : ZEROVEC);
+  first = false;
+}
+
+// Reads attribute name into p, zero when it is missing.
+void ReadVectorAt(IQelExchange* exchange, const std::string& name, double* p) {
+  TQelMathVector v;
+  exchange->getvalue(name, v);
+  p[0] = v.x;
+  p[1] = v.y;
+  p[2] = v.z;
+}
+
+}  // namespace
+
+void TQelPrimitivePoints::WriteValues(IQelExchange* exchange) {
+  TQelProperty::WriteValues(exchange);
+  exchange->addtag("DefineArrays", static_cast<uint32_t>(defineArrays_.ToBits()), TQelArrayStr, 6);
+  exchange->addtag("UseArrays", static_cast<uint32_t>(useArrays_.ToBits()), TQelArrayStr, 6);
+  for (int32_t i = 0; i < count_; ++i) {
+    exchange->StartTag("Point");
+    WritePoint(exchange, i);
+    exchange->EndTag();
+  }
+}
+
+void TQelPrimitivePoints::WritePoint(IQelExchange* exchange, int32_t i) const {
+  const size_t k = static_cast<size_t>(i);
+  bool first = true;
+  if (HasArray(daVertex)) WriteVectorAt(exchange, kPosition, &vertex_[3 * k], first);
+  if (HasArray(daTexture)) WriteVectorAt(exchange, kTexture, &texture_[3 * k], first);
+  if (HasArray(daNormal)) WriteVectorAt(exchange, kNormal, &normal_[3 * k], first);
+  if (HasArray(daEdgeFlag)) exchange->addtag(kEdge, edgeFlag_[k] > 0, true);
+  if (HasArray(daFlag)) exchange->addtag(kFlag, static_cast<int32_t>(flag_[k]), int32_t(0));
+  if (HasArray(daColor)) exchange->addtag(kColor, ColorText(exchange, &color_[4 * k]), std::string());
+}
+
+void TQelPrimitivePoints::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
+  TQelProperty::ReadValues(exchange, tag);
+  // The points of the element replace those held.
+  SetCount(0);
+  uint32_t define = defineArrays_.ToBits(), use = useArrays_.ToBits();
+  if (exchange->getvalue("DefineArrays", define, TQelArrayStr, 6))
+    SetDefineArrays(TQelArrays::FromBits(static_cast<uint8_t>(define)));
+  if (exchange->getvalue("UseArrays", use, TQelArrayStr, 6))
+    SetUseArrays(TQelArrays::FromBits(static_cast<uint8_t>(use)));
+}
+
+TPersistent* TQelPrimitivePoints::ReadComp(IQelExchange* exchange, TXMLTag* tag) {
+  if (tag->Name != "Point") return TQelProperty::ReadComp(exchange, tag);
+  ReadPoint(exchange);
+  return this;
+}
+
+// Appends one point straight into the arrays: no transfer object, no text
+// copied. Missing attributes give the values of a cleared TQelPointItem.
+void TQelPrimitivePoints::ReadPoint(IQelExchange* exchange) {
+  // Reading grows by doubling from a few points rather than by GrowStep:
+  // a scene holds many small meshes, and 120 points of room each would
+  // multiply the memory (and the time) loading takes.
+  if (count_ >= size_) {
+    if (size_ > INT32_MAX / 2) return;
+    SetSize(std::max(2 * size_, kReadFirstSize));
+  }
+  const size_t k = static_cast<size_t>(count_++);
+  if (HasArray(daVertex)) ReadVectorAt(exchange, kPosition, &vertex_[3 * k]);
+  if (HasArray(daTexture)) ReadVectorAt(exchange, kTexture, &texture_[3 * k]);
+  if (HasArray(daNormal)) ReadVectorAt(exchange, kNormal, &normal_[3 * k]);
+  if (HasArray(daEdgeFlag)) {
+    bool edge = true;
+    exchange->getvalue(kEdge, edge);
+    edgeFlag_[k] = edge ? 255 : 0;
+  }
+  if (HasArray(daFlag)) {
+    int32_t flag = 0;
+    exchange->getvalue(kFlag, flag);
+    flag_[k] = static_cast<uint8_t>(flag & 0xFF);
+  }
+  if (HasArray(daColor)) {
+    float c[4] = {1, 1, 1, 1};
+    ReadColor(exchange, kColor, c);
+    std::copy(c, c + 4, color_.begin() + 4 * k);
+  }
+}
+
+void TQelPrimitiveArray::WriteValues(IQelExchange* exchange) {
+  TQelProperty::WriteValues(exchange);
+  exchange->addtag("Type", type_, int32_t(-1));  // no kind is the default: always written
+  exchange->addtag("Enabled", enabled_, true);
+  exchange->addtag("Textured", textured_, false);
+  exchange->AddRef("Attributes", attributes_);
+  exchange->AddRef("Texture", texture_);
+  exchange->AddRef("Material", material_);
+  std::string text;
+  text.reserve(static_cast<size_t>(count_) * 4);
+  char buf[16];
+  for (int32_t k = 0; k < count_; ++k) {
+    if (k) text += ',';
+    text.append(buf, std::to_chars(buf, buf + sizeof buf, indices_[static_cast<size_t>(k)]).ptr);
+  }
+  exchange->addtag("Indices", text, std::string());
+}
+
+void TQelPrimitiveArray::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
+  TQelProperty::ReadValues(exchange, tag);
+  std::string indices;
+  const bool hasIndices = exchange->getvalue("Indices", indices);
+  // A list read replaces the one held, so its kind is taken as it is
+  // rather than converted from the old list.
+  if (hasIndices) count_ = 0;
+  int32_t type = type_;
+  if (exchange->getvalue("Type", type)) SetType(type);
+  bool enabled = enabled_, textured = textured_;
+  if (exchange->getvalue("Enabled", enabled)) SetEnabled(enabled);
+  if (exchange->getvalue("Textured", textured)) SetTextured(textured);
+  exchange->GetRef("Attributes", this);
+  exchange->GetRef("Texture", this);
+  exchange->GetRef("Material", this);
+  if (hasIndices) ReadIndices(indices);
+}
+
+// Decimal point numbers joined by ","; blanks around a number are allowed.
+void TQelPrimitiveArray::ReadIndices(const std::string& text) {
+  const size_t n = 1 + static_cast<size_t>(std::count(text.begin(), text.end(), ','));
+  if (n > static_cast<size_t>(INT32_MAX)) throw EQelConvertError("\"Indices\" holds too many entries");
+  if (static_cast<size_t>(size_) < n) SetSize(static_cast<int32_t>(n));
+  const char* p = text.data();
+  const char* const end = p + text.size();
+  auto skipBlanks = [&] {
+    while (p < end && (*p == ' ' || *p == '\t')) ++p;
+  };
+  for (size_t k = 0; k < n; ++k) {
+    const char* const item = p;
+    skipBlanks();
+    uint32_t v = 0;
+    const auto [next, ec] = std::from_chars(p, end, v);
+    p = next;
+    skipBlanks();
+    if (ec != std::errc() || (p < end && *p != ',')) {
+      const char* itemEnd = std::find(item, end, ',');
+      throw EQelConvertError("\"" + std::string(item, itemEnd) +
+                             "\" is not a valid point number (attribute \"Indices\")");
+    }
+    indices_[k] = v;
+    if (p < end) ++p;  // past the ","
+  }
+  count_ = static_cast<int32_t>(n);
+  Changed();
+}
+
+void TQelPrimitiveArray::ReadRef(IQelExchange* exchange) {
+  TQelProperty::ReadRef(exchange);
+  TQelAttributes* attributes = nullptr;
+  if (exchange->GetRefObj("Attributes", attributes)) SetAttributes(attributes);
+  TQelTexture* texture = nullptr;
+  if (exchange->GetRefObj("Texture", texture)) SetTexture(texture);
+  TQelMaterial* material = nullptr;
+  if (exchange->GetRefObj("Material", material)) SetMaterial(material);
+}
+
+void TQelPointItem::WriteValues(IQelExchange* exchange) {
+  TQelProperty::WriteValues(exchange);
+  exchange->addtag(kPosition, point_, ZEROVEC);
+  exchange->addtag(kTexture, texture_, ZEROVEC);
+  exchange->addtag(kNormal, normal_, ZEROVEC);
+  exchange->addtag(kEdge, edgeFlag_, true);
+  exchange->addtag(kFlag, flag_, int32_t(0));
+  exchange->addtag(kColor, ColorText(exchange, color_.GetParams().data()), std::string());
+}
+
+void TQelPointItem::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
+  TQelProperty::ReadValues(exchange, tag);
+  auto readVector = [&](const std::string& name, TQelVector& target) {
+    TQelMathVector v = target.GetAsMathVector();
+    if (exchange->getvalue(name, v)) target.SetAsMathVector(v);
+  };
+  readVector(kPosition, point_);
+  readVector(kTexture, texture_);
+  readVector(kNormal, normal_);
+  bool edge = edgeFlag_;
+  if (exchange->getvalue(kEdge, edge)) SetEdgeFlag(edge);
+  int32_t flag = flag_;
+  if (exchange->getvalue(kFlag, flag)) SetFlag(flag);
+  std::array<float, 4> p = color_.GetParams();
+  float c[4] = {p[0], p[1], p[2], p[3]};
+  if (ReadColor(exchange, kColor, c)) {
+    color_.SetParams(c[0], c[1], c[2], c[3]);
+    Changed();
+  }
+}
+
+void TQelTextureFlags::WriteValues(IQelExchange* exchange) {
+  TQelProperty::WriteValues(exchange);
+  exchange->addtag("ShiftY", shiftY_, 0.0);
+  exchange->addtag("ScaleY", scaleY_, 1.0);
+  exchange->addtag("ShiftX", shiftX_, 0.0);
+  exchange->addtag("ScaleX", scaleX_, 1.0);
+  exchange->addtag("Mode", static_cast<int32_t>(mode_), int32_t(0));
+  exchange->addtag("EnvMapping", envMapping_, false);
+  paramVector_.WriteComp(exchange, "ParamVector");
+}
+
+void TQelTextureFlags::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
+  TQelProperty::ReadValues(exchange, tag);
+  auto readDouble = [&](const char* name, double current, void (TQelTextureFlags::*set)(double)) {
+    if (exchange->getvalue(name, current)) (this->*set)(current);
+  };
+  readDouble("ShiftY", shiftY_, &TQelTextureFlags::SetShiftY);
+  readDouble("ScaleY", scaleY_, &TQelTextureFlags::SetScaleY);
+  readDouble("ShiftX", shiftX_, &TQelTextureFlags::SetShiftX);
+  readDouble("ScaleX", scaleX_, &TQelTextureFlags::SetScaleX);
+  uint8_t mode = mode_;
+  if (exchange->getvalue("Mode", mode)) SetMode(mode);
+  bool env = envMapping_;
+  if (exchange->getvalue("EnvMapping", env)) SetEnvMapping(env);
+}
+
+TPersistent* TQelTextureFlags::ReadComp(IQelExchange* exchange, TXMLTag* tag) {
+  if (tag->Name != "ParamVector") return TQelProperty::ReadComp(exchange, tag);
+  paramVector_.ReadValues(exchange, tag);
+  return &paramVector_;
 }

@@ -5,6 +5,7 @@
 // transfer record for one vertex, and the texture-coordinate generation
 // parameters of a mesh.
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "qelon/math/qelclass.h"
@@ -89,6 +90,13 @@ public:
 
   void Assign(TPersistent* Source) override;
 
+  // Scene files: the two array sets, then one "Point" element per point in
+  // use, each with the attributes of the defined arrays. Reading a store
+  // replaces its points; each "Point" element appends one.
+  void WriteValues(IQelExchange* exchange) override;
+  void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
+  TPersistent* ReadComp(IQelExchange* exchange, TXMLTag* tag) override;
+
   // The storage itself, for inner loops and for OpenGL; null when the array
   // is absent. Valid until the next change of Size or DefineArrays.
   double* GetVertexArray() { return HasArray(daVertex) ? vertex_.data() : nullptr; }
@@ -107,6 +115,8 @@ public:
 private:
   // Grows by GrowStep when full and returns the number of the next point.
   int32_t Grow();
+  void WritePoint(IQelExchange* exchange, int32_t i) const;
+  void ReadPoint(IQelExchange* exchange);
   std::vector<double>* VectorArray(int32_t kind);
   const std::vector<double>* VectorArray(int32_t kind) const;
   bool Uses(TQelArray a) const { return useArrays_.Contains(a) && HasArray(a); }
@@ -176,12 +186,20 @@ public:
   // Attributes and Textured stay as they are.
   void Assign(TPersistent* Source) override;
 
+  // Scene files: the kind, the flags, the appearance by reference and the
+  // indices as one text of decimal numbers joined by ",". Reading replaces
+  // the list; a malformed list raises EQelConvertError.
+  void WriteValues(IQelExchange* exchange) override;
+  void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
+  void ReadRef(IQelExchange* exchange) override;
+
   // The index storage (Size entries), null when there is none.
   uint32_t* GetIndexArray() { return size_ > 0 ? indices_.data() : nullptr; }
   const uint32_t* GetIndexArray() const { return size_ > 0 ? indices_.data() : nullptr; }
 
 private:
   void GrowIfFull();
+  void ReadIndices(const std::string& text);
   // The stored entry at i, or 0 past the storage.
   uint32_t StoredAt(int32_t i) const {
     return i >= 0 && i < size_ ? indices_[static_cast<size_t>(i)] : 0;
@@ -227,6 +245,9 @@ public:
   void Clear() override;
   void Assign(TPersistent* Source) override;
 
+  void WriteValues(IQelExchange* exchange) override;
+  void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
+
 private:
   void WireParts();
 
@@ -265,6 +286,10 @@ public:
 
   void Clear() override;
   void Assign(TPersistent* Source) override;
+
+  void WriteValues(IQelExchange* exchange) override;
+  void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
+  TPersistent* ReadComp(IQelExchange* exchange, TXMLTag* tag) override;
 
 private:
   void WireParts();

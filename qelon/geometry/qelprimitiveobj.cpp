@@ -13,6 +13,8 @@
 #include "qelon/appearance/qelattr.h"
 #include "qelon/appearance/qelmat.h"
 #include "qelon/appearance/qeltex.h"
+#include "qelon/exchange/qeliexchange.h"
+#include "qelon/exchange/xmlparser.h"
 #include "qelon/platform/qelbitmap.h"
 #include "qelon/scene/qelglstate.h"
 
@@ -1043,16 +1045,72 @@ void TQelPrimitiveObj::Assign(TPersistent* Source) {
   });
 }
 
-// --- exchange: filled in by the exchange module ----------------------------------------
+// --- scene files ---------------------------------------------------------------------
 
-void TQelPrimitiveObj::WriteValues(IQelExchange* exchange) { TQelObject::WriteValues(exchange); }
+void TQelPrimitiveObj::WriteValues(IQelExchange* exchange) {
+  TQelObject::WriteValues(exchange);
+  textureFlags_->WriteComp(exchange, "TextureFlags");
+  if (storeMode_ == smPoints || storeMode_ == smAll) points_->WriteComp(exchange, "Points");
+  if (storeMode_ == smAll) {
+    for (TQelPrimitiveArray* a : arrays_) a->WriteComp(exchange, "Primitive");
+    exchange->addtag("Inited", inited_, false);
+  }
+  exchange->addtag("StoreMode", storeMode_, TQelStoreModeStr, smDefault);
+}
 
 void TQelPrimitiveObj::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
-  TQelObject::ReadValues(exchange, tag);
+  TQelObject::ReadValues(exchange, tag);  // "Textured" and the references too
+  TQelStoreMode mode = storeMode_;
+  exchange->getenum("StoreMode", TQelStoreModeStr, mode);
+  // Only a stored mesh is drawn as it is; the lists of the file replace
+  // those held. Not ClearAll: that would reset StoreMode.
+  bool inited = false;
+  if (mode == smAll) {
+    exchange->getvalue("Inited", inited);
+    ClearPrimitives();
+  }
+  inited_ = inited;
+  SetStoreMode(mode);
 }
 
 TPersistent* TQelPrimitiveObj::ReadComp(IQelExchange* exchange, TXMLTag* tag) {
+  if (tag->Name == "Points") {
+    points_->ReadValues(exchange, tag);
+    return points_.get();
+  }
+  if (tag->Name == "Primitive") {
+    // Owned and wired before it reads, so that nothing leaks when it fails.
+    auto* array = new TQelPrimitiveArray(GL_TRIANGLES);
+    WireArray(array);
+    arrays_.push_back(array);
+    Quietly([&] { array->ReadValues(exchange, tag); });
+    return array;
+  }
+  if (tag->Name == "TextureFlags") {
+    textureFlags_->ReadValues(exchange, tag);
+    return textureFlags_.get();
+  }
   return TQelObject::ReadComp(exchange, tag);
+}
+
+void TQelPrimitiveObj::ReadRef(IQelExchange* exchange) {
+  struct Appearance {
+    TQelTexture* texture;
+    TQelMaterial* material;
+    TQelAttributes* attributes;
+  };
+  std::vector<Appearance> kept;
+  kept.reserve(arrays_.size());
+  for (const TQelPrimitiveArray* a : arrays_)
+    kept.push_back({a->GetTexture(), a->GetMaterial(), a->GetAttributes()});
+  TQelObject::ReadRef(exchange);
+  Quietly([&] {
+    for (size_t k = 0; k < kept.size() && k < arrays_.size(); ++k) {
+      arrays_[k]->SetTexture(kept[k].texture);
+      arrays_[k]->SetMaterial(kept[k].material);
+      arrays_[k]->SetAttributes(kept[k].attributes);
+    }
+  });
 }
 
 namespace {

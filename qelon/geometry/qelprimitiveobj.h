@@ -204,9 +204,17 @@ public:
   // smDefault).
   void Assign(TPersistent* Source) override;
 
+  // Scene files: after the object's values the texture flags, the store
+  // (smPoints, smAll), every list and Inited (smAll), and StoreMode. A
+  // stored mesh replaces the one held; a loaded smAll mesh is drawn as it
+  // is (Inited as stored), any other is generated from the parameters at
+  // the first render.
   void WriteValues(IQelExchange* exchange) override;
   void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
   TPersistent* ReadComp(IQelExchange* exchange, TXMLTag* tag) override;
+  // The object's references reach every list through the setters; lists
+  // read from the file keep their own.
+  void ReadRef(IQelExchange* exchange) override;
 
 private:
   void WirePoints();
