@@ -348,7 +348,11 @@ void TQelObject::SetColorAsMaterial(TQelColorAsMaterial value) {
 }
 
 void TQelObject::SetName(const std::string& NewName) {
-  bool follow = GetObjectName() == GetName() && (!GetOwner() || !GetOwner()->IsLoading());
+  // Loading sets both names from the file; a node being loaded marks only
+  // itself, so look up the whole owner chain.
+  bool loading = false;
+  for (TComponent* o = GetOwner(); o && !loading; o = o->GetOwner()) loading = o->IsLoading();
+  const bool follow = GetObjectName() == GetName() && !loading;
   TQelRender::SetName(NewName);
   if (follow) SetObjectName(NewName);
 }
