@@ -26,8 +26,11 @@ std::string TempFile() {
 void LoadText(TQelExchange& ex, const std::string& objects, TQelNode& node) {
   const std::string file = TempFile();
   std::ofstream(file, std::ios::binary) << "<QELGL>\r\n<Objects>\r\n" << objects << "</Objects>\r\n</QELGL>\r\n";
+  struct Remove {
+    const std::string& file;
+    ~Remove() { std::filesystem::remove(file); }
+  } remove{file};  // also when loading raises
   ex.LoadFromFile(file, &node);
-  std::filesystem::remove(file);
 }
 
 // Every attribute of every point in use, exactly.
