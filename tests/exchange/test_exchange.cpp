@@ -291,12 +291,13 @@ TEST_F(ExchangeTest, LoadsItemsAndResolvesReferences) {
             "    </TXITEM>\r\n"
             "    <TXITEM ID=\"7\" Name=\"c\" Ref=\"99\"/>\r\n"
             "    <TXITEM ID=\"8\" Name=\"d\" Ref=\"0\"/>\r\n"
+            "    <TXITEM ID=\"6\" Name=\"duplicate\"/>\r\n"
             "    <UNKNOWN a=\"1\"><TXITEM Name=\"inside unknown\"/></UNKNOWN>\r\n"
             "  </Objects>\r\n"
             "</QELGL>\r\n");
   TXNode top(nullptr);
   ASSERT_TRUE(ex.LoadFromFile(File("s.xml"), &top));
-  ASSERT_EQ(top.GetCount(), 4);
+  ASSERT_EQ(top.GetCount(), 5);
   auto* a = static_cast<TXItem*>(top.GetItems(0));
   auto* b = static_cast<TXItem*>(top.GetItems(1));
   EXPECT_EQ(a->GetName(), "a");
@@ -309,7 +310,8 @@ TEST_F(ExchangeTest, LoadsItemsAndResolvesReferences) {
   EXPECT_EQ(static_cast<TXItem*>(top.GetItems(3))->Ref, nullptr);
   EXPECT_EQ(ex.GetFileDescription(), "hello");
   EXPECT_EQ(ex.GetMessages(),
-            (std::vector<std::string>{" Error: Class UNKNOWN not found.", "   Hint: Ref=6;",
+            (std::vector<std::string>{"  Warning: ID \"6\" is defined twice; the first one counts.",
+                                      " Error: Class UNKNOWN not found.", "   Hint: Ref=6;",
                                       "   Hint: Ref=5;", "   Hint: Ref=99;",
                                       " Error: ID \"99\" not found in \"Ref=99;\"", "   Hint: Ref=0;",
                                       " Error: RefClass(TXNode,TXItem)is not equal."}));
