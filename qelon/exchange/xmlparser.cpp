@@ -53,6 +53,12 @@ void TXMLParser::LoadBuffer() {
                                                        &std::fclose);
   if (!file) throw EQelFileError(fileName_, std::strerror(errno));
   std::string text;
+  // Reserved at the file's size, the text is not copied as it grows.
+  if (std::fseek(file.get(), 0, SEEK_END) == 0) {
+    const long size = std::ftell(file.get());
+    if (size > 0) text.reserve(static_cast<size_t>(size));
+    std::rewind(file.get());
+  }
   char chunk[65536];
   size_t got;
   while ((got = std::fread(chunk, 1, sizeof chunk, file.get())) > 0) text.append(chunk, got);
