@@ -13,35 +13,18 @@
 
 #include <qelon/qelon.h>
 
+#include "exchangetest.h"
+
 #include "qelon/exchange/qelvaluetext.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-std::string ReadFile(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
-}
+using qeltest::ReadFile;
+using qeltest::WriteFile;
 
-void WriteFile(const fs::path& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary) << text;
-}
-
-// A scratch folder per test.
-class ExchangeTest : public ::testing::Test {
-protected:
-  void SetUp() override {
-    dir = fs::temp_directory_path() /
-          ("qelon-exchange-" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
-    fs::remove_all(dir);
-    fs::create_directories(dir);
-  }
-  void TearDown() override { fs::remove_all(dir); }
-  std::string File(const std::string& name) const { return (dir / name).string(); }
-  fs::path dir;
-  TQelExchange ex{nullptr};
-};
+class ExchangeTest : public qeltest::ExchangeTest {};
 
 // An item with one value of each kind and a reference to another item.
 class TXItem : public TQelRender {

@@ -12,29 +12,16 @@
 
 #include <qelon/qelon.h>
 
+#include "exchangetest.h"
+
 namespace fs = std::filesystem;
 
 namespace {
 
-std::string ReadFile(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
-}
+using qeltest::ReadFile;
+using qeltest::WriteFile;
 
-class AppearanceExchange : public ::testing::Test {
-protected:
-  void SetUp() override {
-    dir = fs::temp_directory_path() /
-          ("qelon-appearance-" +
-           std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
-    fs::remove_all(dir);
-    fs::create_directories(dir);
-  }
-  void TearDown() override { fs::remove_all(dir); }
-  std::string File(const std::string& name) const { return (dir / name).string(); }
-  fs::path dir;
-  TQelExchange ex{nullptr};
-};
+class AppearanceExchange : public qeltest::ExchangeTest {};
 
 // Every value of a component as text, one entry per value, numbers exact.
 using Values = std::vector<std::string>;

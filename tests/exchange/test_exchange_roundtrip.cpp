@@ -12,14 +12,13 @@
 
 #include <qelon/qelon.h>
 
+#include "exchangetest.h"
+
 namespace fs = std::filesystem;
 
 namespace {
 
-std::string ReadFile(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
-}
+using qeltest::ReadFile;
 
 // A small hand-made mesh: a coloured quad as two lists of different types.
 TQelPrimitiveObj* MakeMesh(TComponent* owner, TQelMaterial* listMaterial) {
@@ -112,17 +111,15 @@ void BuildScene(TQelNode* top) {
   sub->Add(thing);
 }
 
-class ExchangeRoundTrip : public ::testing::Test {
+class ExchangeRoundTrip : public qeltest::ExchangeTest {
 protected:
   void SetUp() override {
+    ExchangeTest::SetUp();
     QelSetWindowSystem(QelEGLWindowSystem());
-    dir = fs::temp_directory_path() / "qelon-roundtrip";
-    fs::remove_all(dir);
-    fs::create_directories(dir);
   }
   void TearDown() override {
-    fs::remove_all(dir);
     QelSetWindowSystem(nullptr);
+    ExchangeTest::TearDown();
   }
   std::vector<uint8_t> Render(TQelNode* scene) {
     TQelView view(nullptr);
@@ -136,13 +133,11 @@ protected:
     const uint8_t* bits = image.GetBits();
     return std::vector<uint8_t>(bits, bits + image.GetStride() * image.GetHeight());
   }
-  fs::path dir;
 };
 
 TEST_F(ExchangeRoundTrip, SaveLoadSaveGivesTheSameFileAndPicture) {
   TQelNode original(nullptr);
   BuildScene(&original);
-  TQelExchange ex(nullptr);
   ex.SetFileDescription("every class");
   ASSERT_TRUE(ex.SaveToFile((dir / "a.xml").string(), &original));
   EXPECT_EQ(ex.GetMessages(), std::vector<std::string>());
@@ -166,7 +161,6 @@ TEST_F(ExchangeRoundTrip, SaveLoadSaveGivesTheSameFileAndPicture) {
 TEST_F(ExchangeRoundTrip, EveryPrefixLoadsWhatItHolds) {
   TQelNode original(nullptr);
   BuildScene(&original);
-  TQelExchange ex(nullptr);
   const fs::path file = dir / "a.xml";
   ASSERT_TRUE(ex.SaveToFile(file.string(), &original));
   const std::string text = ReadFile(file);

@@ -10,28 +10,16 @@
 
 #include <qelon/qelon.h>
 
+#include "exchangetest.h"
+
 namespace fs = std::filesystem;
 
 namespace {
 
-std::string ReadFile(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
-}
+using qeltest::ReadFile;
+using qeltest::WriteFile;
 
-class SceneExchange : public ::testing::Test {
-protected:
-  void SetUp() override {
-    dir = fs::temp_directory_path() /
-          ("qelon-scene-" + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
-    fs::remove_all(dir);
-    fs::create_directories(dir);
-  }
-  void TearDown() override { fs::remove_all(dir); }
-  std::string File(const std::string& name) const { return (dir / name).string(); }
-  fs::path dir;
-  TQelExchange ex{nullptr};
-};
+class SceneExchange : public qeltest::ExchangeTest {};
 
 // Every exchanged value of c's class, as text.
 using Values = std::vector<std::string>;
