@@ -10,6 +10,7 @@
 #include <string_view>
 #include <utility>
 
+#include "qelon/appearance/qelappearancerefs.h"
 #include "qelon/appearance/qelattr.h"
 #include "qelon/appearance/qelmat.h"
 #include "qelon/appearance/qeltex.h"
@@ -881,9 +882,7 @@ void TQelPrimitiveArray::WriteValues(IQelExchange* exchange) {
   exchange->addtag("Type", type_, int32_t(-1));  // no kind is the default: always written
   exchange->addtag("Enabled", enabled_, true);
   exchange->addtag("Textured", textured_, false);
-  exchange->AddRef("Attributes", attributes_);
-  exchange->AddRef("Texture", texture_);
-  exchange->AddRef("Material", material_);
+  QelWriteAppearanceRefs(exchange, this);
   std::string text;
   text.reserve(static_cast<size_t>(count_) * 4);
   char buf[16];
@@ -906,9 +905,7 @@ void TQelPrimitiveArray::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
   bool enabled = enabled_, textured = textured_;
   if (exchange->getvalue("Enabled", enabled)) SetEnabled(enabled);
   if (exchange->getvalue("Textured", textured)) SetTextured(textured);
-  exchange->GetRef("Attributes", this);
-  exchange->GetRef("Texture", this);
-  exchange->GetRef("Material", this);
+  QelReadAppearanceRefs(exchange, this);
   if (hasIndices) ReadIndices(indices);
 }
 
@@ -943,12 +940,7 @@ void TQelPrimitiveArray::ReadIndices(const std::string& text) {
 
 void TQelPrimitiveArray::ReadRef(IQelExchange* exchange) {
   TQelProperty::ReadRef(exchange);
-  TQelAttributes* attributes = nullptr;
-  if (exchange->GetRefObj("Attributes", attributes)) SetAttributes(attributes);
-  TQelTexture* texture = nullptr;
-  if (exchange->GetRefObj("Texture", texture)) SetTexture(texture);
-  TQelMaterial* material = nullptr;
-  if (exchange->GetRefObj("Material", material)) SetMaterial(material);
+  QelResolveAppearanceRefs(exchange, this);
 }
 
 void TQelPointItem::WriteValues(IQelExchange* exchange) {

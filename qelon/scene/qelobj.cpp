@@ -5,6 +5,7 @@
 
 #include <typeinfo>
 
+#include "qelon/appearance/qelappearancerefs.h"
 #include "qelon/appearance/qelattr.h"
 #include "qelon/appearance/qelmat.h"
 #include "qelon/appearance/qeltex.h"
@@ -452,9 +453,7 @@ void TQelObject::WriteValues(IQelExchange* exchange) {
   exchange->addtag("ObjectID", objectID_, -1);
   exchange->addtag("Textured", GetTextured(), false);
   exchange->addtag("ColorAsMaterial", colorAsMaterial_, TQelColorAsMaterialStr, cmNone);
-  exchange->AddRef("Attributes", GetAttributes());
-  exchange->AddRef("Texture", GetTexture());
-  exchange->AddRef("Material", GetMaterial());
+  QelWriteAppearanceRefs(exchange, this);
   color_->WriteComp(exchange, "Color");
 }
 
@@ -467,9 +466,7 @@ void TQelObject::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
   TQelColorAsMaterial colorAsMaterial = colorAsMaterial_;
   if (exchange->getenum("ColorAsMaterial", TQelColorAsMaterialStr, colorAsMaterial))
     SetColorAsMaterial(colorAsMaterial);
-  exchange->GetRef("Attributes", this);
-  exchange->GetRef("Texture", this);
-  exchange->GetRef("Material", this);
+  QelReadAppearanceRefs(exchange, this);
 }
 
 TPersistent* TQelObject::ReadComp(IQelExchange* exchange, TXMLTag* tag) {
@@ -482,12 +479,7 @@ TPersistent* TQelObject::ReadComp(IQelExchange* exchange, TXMLTag* tag) {
 
 void TQelObject::ReadRef(IQelExchange* exchange) {
   TQelRender::ReadRef(exchange);
-  TQelAttributes* attributes = nullptr;
-  if (exchange->GetRefObj("Attributes", attributes)) SetAttributes(attributes);
-  TQelTexture* texture = nullptr;
-  if (exchange->GetRefObj("Texture", texture)) SetTexture(texture);
-  TQelMaterial* material = nullptr;
-  if (exchange->GetRefObj("Material", material)) SetMaterial(material);
+  QelResolveAppearanceRefs(exchange, this);
 }
 
 // --- the scene's own classes, registered when the library loads -------------
