@@ -1,8 +1,8 @@
 #!/bin/sh
 # Builds and runs every test: the normal build (unit tests, the GLFW tests
-# under a virtual X server when one is installed, a 60 s fuzz run of the
-# XML parser), then the test programs again under AddressSanitizer and
-# UndefinedBehaviorSanitizer.
+# under a virtual X server when one is installed, fuzz runs of the XML
+# parser for 20 s and of the scene loader for 40 s), then the test programs
+# again under AddressSanitizer and UndefinedBehaviorSanitizer.
 set -e
 cd "$(dirname "$0")/.."
 cmake -S . -B build
@@ -10,7 +10,7 @@ cmake --build build -j2
 ctest --test-dir build --output-on-failure
 cmake -S . -B build-asan -DQELON_SANITIZE=address,undefined \
   -DQELON_BUILD_BENCH=OFF -DQELON_BUILD_APPS=OFF \
-  -DQELON_TEST_DIRS="platform;math;scene;view;appearance;geometry;interaction"
+  -DQELON_TEST_DIRS="platform;math;scene;view;appearance;geometry;interaction;exchange"
 cmake --build build-asan -j2
 # LeakSanitizer now and then fails to stop the driver's threads at exit; a
 # test that fails is run once more, so only a repeated failure counts. The
