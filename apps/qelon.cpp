@@ -56,8 +56,8 @@ public:
   explicit TViewer(const TOptions& o) : file_(o.scene) {
     scene_ = new TQelNode(&stage_);
     stage_.Add(scene_);
-    loaded_ = file_.empty() || LoadSceneFile(file_, scene_);
-    if (!loaded_) return;
+    load_ = file_.empty() ? slLoaded : LoadSceneFile(file_, scene_);
+    if (load_ == slFailed) return;
     if (file_.empty()) BuildDemoScene(scene_);
     view_.SetCaption(file_.empty() ? "Qelon demo" : "Qelon - " + file_);
     view_.SetSize(o.width, o.height);
@@ -89,7 +89,9 @@ public:
   }
 
   // False when the scene file could not be loaded (the reasons are on stderr).
-  bool Loaded() const { return loaded_; }
+  bool Loaded() const { return load_ != slFailed; }
+  // The exit status the load asks for: 1 when it logged errors.
+  int LoadStatus() const { return load_ == slLoaded ? 0 : 1; }
   TQelView& View() { return view_; }
   int frames = 0;
   bool closed = false;
@@ -128,7 +130,7 @@ private:
   }
 
   std::string file_;
-  bool loaded_ = false;
+  TSceneLoad load_ = slFailed;
   TQelNode stage_{nullptr};
   TQelNode* scene_ = nullptr;  // owned by the stage
   TQelPerspectiveCamera camera_{nullptr};
@@ -150,7 +152,7 @@ int Render(const TOptions& o) {
   bitmap.SaveToFile(o.output);
   std::printf("wrote %s (%dx%d)\n", o.output.c_str(), o.width, o.height);
   QelSetWindowSystem(nullptr);
-  return 0;
+  return demo.LoadStatus();
 }
 
 int View(const TOptions& o) {
@@ -177,7 +179,7 @@ int View(const TOptions& o) {
   }
   std::printf("drew %d frames\n", demo.frames);
   QelSetWindowSystem(nullptr);
-  return demo.frames > 0 ? 0 : 1;
+  return demo.frames > 0 ? demo.LoadStatus() : 1;
 }
 
 bool ParseSize(const char* text, int& width, int& height) {

@@ -200,13 +200,16 @@ void PrintTree(TQelNode* node, int depth) {
 
 }  // namespace
 
-bool LoadSceneFile(const std::string& fileName, TQelNode* top) {
+TSceneLoad LoadSceneFile(const std::string& fileName, TQelNode* top) {
   const TLoadResult result = Load(fileName, top, qlWarning);
   PrintMessages(result.messages, stderr);
-  if (result.failure.empty() && !result.errors) return true;
-  std::fprintf(stderr, "qelon: cannot load %s%s%s\n", fileName.c_str(),
-               result.failure.empty() ? "" : ": ", result.failure.c_str());
-  return false;
+  if (!result.failure.empty()) {
+    std::fprintf(stderr, "qelon: cannot load %s: %s\n", fileName.c_str(), result.failure.c_str());
+    return slFailed;
+  }
+  if (!result.errors) return slLoaded;
+  std::fprintf(stderr, "qelon: %s has errors; drawing what could be read\n", fileName.c_str());
+  return slWithErrors;
 }
 
 double FrameScene(TQelPerspectiveCamera* camera, TQelNode* top, int width, int height) {

@@ -6,10 +6,14 @@
 
 #include <qelon/qelon.h>
 
-// Loads fileName into top, a fresh node. Warnings go to stderr; when the
-// file cannot be read or the load logs an error (level 10 or below), every
-// message and the error go to stderr and the result is false.
-bool LoadSceneFile(const std::string& fileName, TQelNode* top);
+enum TSceneLoad {
+  slLoaded,      // no message of level Error or worse
+  slWithErrors,  // errors were logged; top holds what could be read
+  slFailed       // the file could not be read (or is no scene file)
+};
+// Loads fileName into top, a fresh node; messages of level Warning or worse
+// and the reason of a failure go to stderr.
+TSceneLoad LoadSceneFile(const std::string& fileName, TQelNode* top);
 
 // Places camera to see every mesh below top, looking from above, in front
 // and to the side as the demo camera does, for a picture of width by height
