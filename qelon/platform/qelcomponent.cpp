@@ -19,7 +19,7 @@ void TComponent::Destroying() {
   // delete another listener, which then leaves the list itself.
   while (!freeNotifies_.empty()) {
     TComponent* c = freeNotifies_.back();
-    freeNotifies_.pop_back();
+    DropFreeNotify(c);
     c->DropFreeNotify(this);
     c->Notification(this, opRemove);
   }
@@ -83,18 +83,45 @@ void TComponent::Insert(TComponent* AComponent) {
 }
 
 void TComponent::Remove(TComponent* AComponent) {
-  auto it = std::find(components_.begin(), components_.end(), AComponent);
-  if (it != components_.end()) components_.erase(it);
+  // Owned components mostly leave last first: search from the end.
+  auto it = std::find(components_.rbegin(), components_.rend(), AComponent);
+  if (it != components_.rend()) components_.erase(std::next(it).base());
   AComponent->owner_ = nullptr;
 }
 
+namespace {
+constexpr size_t kIndexedFreeNotifies = 32;
+}  // namespace
+
 void TComponent::AddFreeNotify(TComponent* AComponent) {
-  if (std::find(freeNotifies_.begin(), freeNotifies_.end(), AComponent) ==
-      freeNotifies_.end())
-    freeNotifies_.push_back(AComponent);
+  if (freeNotifyIndex_) {
+    if (freeNotifyIndex_->try_emplace(AComponent, freeNotifies_.size()).second)
+      freeNotifies_.push_back(AComponent);
+    return;
+  }
+  if (std::find(freeNotifies_.begin(), freeNotifies_.end(), AComponent) != freeNotifies_.end())
+    return;
+  freeNotifies_.push_back(AComponent);
+  if (freeNotifies_.size() >= kIndexedFreeNotifies) {
+    freeNotifyIndex_ = std::make_unique<std::unordered_map<TComponent*, size_t>>();
+    for (size_t i = 0; i < freeNotifies_.size(); ++i) freeNotifyIndex_->emplace(freeNotifies_[i], i);
+  }
 }
 
 void TComponent::DropFreeNotify(TComponent* AComponent) {
+  if (freeNotifyIndex_) {
+    auto found = freeNotifyIndex_->find(AComponent);
+    if (found == freeNotifyIndex_->end()) return;
+    // The last entry takes the place of the dropped one.
+    const size_t at = found->second;
+    freeNotifyIndex_->erase(found);
+    if (at + 1 != freeNotifies_.size()) {
+      freeNotifies_[at] = freeNotifies_.back();
+      (*freeNotifyIndex_)[freeNotifies_[at]] = at;
+    }
+    freeNotifies_.pop_back();
+    return;
+  }
   auto it = std::find(freeNotifies_.begin(), freeNotifies_.end(), AComponent);
   if (it != freeNotifies_.end()) freeNotifies_.erase(it);
 }

@@ -3,7 +3,9 @@
 // owned, named components that tell each other when they die.
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "qelset.h"
@@ -115,4 +117,8 @@ private:
   bool removalSent_ = false;
   std::vector<TComponent*> components_;
   std::vector<TComponent*> freeNotifies_;
+  // Positions in freeNotifies_, made once the list is long (a material
+  // that thousands of objects refer to), so that linking and unlinking
+  // stay constant time.
+  std::unique_ptr<std::unordered_map<TComponent*, size_t>> freeNotifyIndex_;
 };

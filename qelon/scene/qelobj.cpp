@@ -71,7 +71,8 @@ void TQelNode::ClearCachesUpward() {
 }
 
 int32_t TQelNode::Remove(TQelRender* item) {
-  int32_t index = IndexOf(item);
+  // The item being removed calls back while it leaves; it is gone already.
+  int32_t index = item == removing_ && !mayRepeat_ ? -1 : IndexOf(item);
   if (index >= 0) {
     bool indirect = entries_[index].indirect;
     entries_.erase(entries_.begin() + index);
@@ -79,7 +80,10 @@ int32_t TQelNode::Remove(TQelRender* item) {
     if (!indirect && item) {
       item->OnChange = nullptr;
       auto life = item->GetLifeToken();
+      const TQelRender* outer = removing_;
+      removing_ = item;
       item->SetNode(nullptr);  // calls back here, finds nothing and notifies
+      removing_ = outer;
       if (life.expired()) return index;
       if (item->GetOwner() == this && !item->IsDestroying()) {
         Notify(item, opRemove);  // while the item still exists
@@ -104,6 +108,7 @@ int32_t TQelNode::AddIndirect(TQelRender* item) {
   if (item == this) throw EQelError("Can not create a link to myself.");
   if (!item) return -1;
   entries_.push_back({item, true});
+  mayRepeat_ = true;
   FreeNotification(item);  // a dead item must not stay listed
   ClearCachesUpward();
   return GetCount() - 1;
@@ -150,6 +155,11 @@ void TQelNode::Move(int32_t curIndex, int32_t newIndex) {
 }
 
 int32_t TQelNode::IndexOf(const TQelRender* item) const {
+  if (!mayRepeat_) {
+    for (int32_t i = GetCount() - 1; i >= 0; --i)
+      if (entries_[i].item == item) return i;
+    return -1;
+  }
   for (int32_t i = 0; i < GetCount(); ++i)
     if (entries_[i].item == item) return i;
   return -1;
@@ -173,6 +183,7 @@ void TQelNode::SetItems(int32_t index, TQelRender* item) {
   // Both are watched: the new item must leave the list when it dies, and a
   // displaced direct item, still naming this node, must hear of its death.
   if (TQelRender* displaced = entries_[index].item) FreeNotification(displaced);
+  mayRepeat_ = true;
   entries_[index].item = item;
   if (item) FreeNotification(item);
   ClearCachesUpward();

@@ -162,6 +162,11 @@ private:
 
   std::vector<Entry> entries_;
   TQelAnchor* anchor_ = nullptr;
+  // Without AddIndirect and SetItems an item is listed at most once, so
+  // searches may start at the end (where removals happen) and the item
+  // being removed need not be searched for again when it calls back.
+  bool mayRepeat_ = false;
+  const TQelRender* removing_ = nullptr;
 };
 
 // A node that is never drawn.
