@@ -20,6 +20,28 @@ bool IsEndTagNameChar(char ch) {
          ch == '_' || ch == ':' || ch == '-';
 }
 
+// How many characters from p on a state only gathers (or skips) without
+// any other effect; they are taken as one run. Stops at the zero byte.
+size_t PlainRun(TStates state, bool inQuotes, const char* p) {
+  const char* q = p;
+  switch (state) {
+    case stDefault:
+    case stValue:
+      while (*q && *q != '<') ++q;
+      break;
+    case stParam:
+      if (inQuotes) {
+        while (*q && *q != '"') ++q;
+      } else {
+        while (*q && *q != ' ' && *q != '"' && *q != '/' && *q != '>') ++q;
+      }
+      break;
+    default:
+      break;
+  }
+  return static_cast<size_t>(q - p);
+}
+
 void AddLine(std::string& list, const std::string& item) {
   list.append(item);
   list.append("\r\n", 2);
@@ -46,6 +68,7 @@ TXMLParser::~TXMLParser() {
     tag = parent;
   }
   delete root_;
+  for (TXMLTag* spare : spareTags_) delete spare;
 }
 
 void TXMLParser::LoadBuffer() {
@@ -80,8 +103,24 @@ void TXMLParser::execute(TObject* Sender) {
   const double size = static_cast<double>(work.size() + 1);
   const char* cursor = start;
   state_ = stDefault;
-  int32_t untilProgress = kProgressStep;
+  size_t nextProgress = kProgressStep;
+  auto progressTo = [&](const char* at) {
+    for (; static_cast<size_t>(at - start) >= nextProgress; nextProgress += kProgressStep)
+      atProgress(static_cast<double>(nextProgress) / size);
+  };
   for (char ch; (ch = *cursor) != '\0';) {
+    // Runs of plain characters in the frequent states go at once.
+    if (const size_t run = PlainRun(state_, counter_ != 0, cursor); run > 0) {
+      if (state_ == stValue) {
+        text_.append(cursor, run);
+        counter_ += static_cast<int32_t>(run);
+      } else if (state_ == stParam) {
+        text_.append(cursor, run);
+      }
+      cursor += run;
+      progressTo(cursor);
+      continue;
+    }
     switch (state_) {
       case stDefault:
         if (ch == '<') state_ = stOpenTag;
@@ -94,17 +133,20 @@ void TXMLParser::execute(TObject* Sender) {
       case stComment: Comment(ch); break;
     }
     ++cursor;
-    if (--untilProgress == 0) {
-      untilProgress = kProgressStep;
-      atProgress(static_cast<double>(cursor - start) / size);
-    }
+    progressTo(cursor);
   }
   atProgress(static_cast<double>(cursor - start) / size);
   buffer_.clear();
 }
 
 void TXMLParser::PushTag() {
-  TXMLTag* tag = new TXMLTag;
+  TXMLTag* tag;
+  if (spareTags_.empty()) {
+    tag = new TXMLTag;
+  } else {
+    tag = spareTags_.back();
+    spareTags_.pop_back();
+  }
   tag->Parent = current_;
   tag->Level = current_->Level + 1;
   current_ = tag;
@@ -115,7 +157,14 @@ void TXMLParser::PopTag() {
   // A tag put in by a handler may have no parent; it then stays current.
   if (!old->Parent) return;
   current_ = old->Parent;
-  delete old;
+  // Kept for the next tag, strings with their room: a scene file opens
+  // hundreds of thousands of tags.
+  old->Name.clear();
+  old->Value.clear();
+  old->Params.clear();
+  old->CloseMode = 0;
+  old->Data = nullptr;
+  spareTags_.push_back(old);
 }
 
 void TXMLParser::OpenTag(char ch) {

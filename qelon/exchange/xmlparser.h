@@ -8,6 +8,7 @@
 #include <functional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "qelon/platform/qelcomponent.h"
 
@@ -130,4 +131,5 @@ private:
   TXMLTag* root_;
   TXMLTag* current_;
   std::string paramList_;
+  std::vector<TXMLTag*> spareTags_;  // closed tags, reused
 };
