@@ -83,13 +83,17 @@ int32_t TQelNode::Remove(TQelRender* item) {
       const TQelRender* outer = removing_;
       removing_ = item;
       item->SetNode(nullptr);  // calls back here, finds nothing and notifies
-      removing_ = outer;
-      if (life.expired()) return index;
+      if (life.expired()) {
+        removing_ = outer;
+        return index;
+      }
       if (item->GetOwner() == this && !item->IsDestroying()) {
         Notify(item, opRemove);  // while the item still exists
         delete item;
+        removing_ = outer;
         return index;
       }
+      removing_ = outer;
     }
   }
   Notify(item, opRemove);
@@ -311,8 +315,11 @@ void TQelNode::Notification(TComponent* AComponent, TOperation Operation) {
   if (Operation == opRemove && AComponent && AComponent->IsDestroying()) {
     // Whatever dies leaves the list, however it got there.
     if (AComponent == anchor_) anchor_ = nullptr;
-    auto dead = std::remove_if(entries_.begin(), entries_.end(),
-                               [&](const Entry& e) { return e.item == AComponent; });
+    // An item that Remove takes out has left the list already.
+    const bool gone = AComponent == removing_ && !mayRepeat_;
+    auto dead = gone ? entries_.end()
+                     : std::remove_if(entries_.begin(), entries_.end(),
+                                      [&](const Entry& e) { return e.item == AComponent; });
     if (dead != entries_.end()) {
       entries_.erase(dead, entries_.end());
       ClearCachesUpward();
