@@ -149,7 +149,7 @@ void TQelExchange::SaveObjs(TPersistent* object) {
   }
   while (impl_->writer.GetDepth() > 0) EndTag();
   state_ = stEndSave;
-  QelWriteFileAtomically(fileName_, GetText());
+  QelWriteFileAtomically(fileName_, impl_->writer.GetPieces());
   state_ = stReady;
   Progress("SaveXML finished", 1);
 }

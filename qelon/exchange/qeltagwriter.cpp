@@ -72,10 +72,29 @@ void TQelTagWriter::Insert(OpenTag& tag, size_t& at, std::string_view piece) {
   at += piece.size();
 }
 
-void TQelTagWriter::Merge() {
-  if (patches_.empty()) return;
+void TQelTagWriter::SortPatches() {
   std::stable_sort(patches_.begin(), patches_.end(),
                    [](const Patch& a, const Patch& b) { return a.pos < b.pos; });
+}
+
+std::vector<std::string_view> TQelTagWriter::GetPieces() {
+  SortPatches();
+  std::vector<std::string_view> pieces;
+  pieces.reserve(2 * patches_.size() + 1);
+  const std::string_view text(text_), patchText(patchText_);
+  size_t from = 0;
+  for (const Patch& p : patches_) {
+    pieces.push_back(text.substr(from, p.pos - from));
+    pieces.push_back(patchText.substr(p.offset, p.length));
+    from = p.pos;
+  }
+  pieces.push_back(text.substr(from));
+  return pieces;
+}
+
+void TQelTagWriter::Merge() {
+  if (patches_.empty()) return;
+  SortPatches();
   std::string out;
   out.reserve(text_.size() + patchText_.size());
   size_t from = 0;

@@ -31,6 +31,9 @@ public:
   size_t GetDepth() const { return tags_.size(); }
   // The whole text, patches merged.
   const std::string& GetText();
+  // The same text as pieces in order, without merging it (valid until the
+  // next change).
+  std::vector<std::string_view> GetPieces();
   void Clear();
 
 private:
@@ -50,6 +53,7 @@ private:
     size_t offset, length;  // in patchText_
   };
   void Insert(OpenTag& tag, size_t& at, std::string_view piece);
+  void SortPatches();
   void Merge();
 
   std::string text_;

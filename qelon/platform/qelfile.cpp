@@ -2,14 +2,21 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
 #include "qelon/platform/qelerror.h"
 
 void QelWriteFileAtomically(const std::string& fileName, const std::string& text) {
+  QelWriteFileAtomically(fileName, std::vector<std::string_view>{text});
+}
+
+void QelWriteFileAtomically(const std::string& fileName,
+                            const std::vector<std::string_view>& pieces) {
   std::string temp = fileName + ".XXXXXX";
   const int fd = mkstemp(temp.data());
   if (fd < 0) throw EQelFileError(fileName, std::strerror(errno));
@@ -22,18 +29,33 @@ void QelWriteFileAtomically(const std::string& fileName, const std::string& text
     umask(mode);
     mode = 0666 & ~mode;
   }
-  const char* p = text.data();
-  size_t left = text.size();
   int error = 0;
-  while (left > 0) {
-    const ssize_t n = write(fd, p, left);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      error = errno;
-      break;
+  // Many pieces a call; a short write goes on where it stopped.
+  std::vector<iovec> batch;
+  size_t next = 0;
+  while (!error && next < pieces.size()) {
+    batch.clear();
+    for (size_t i = next; i < pieces.size() && batch.size() < 512; ++i)
+      if (!pieces[i].empty())
+        batch.push_back({const_cast<char*>(pieces[i].data()), pieces[i].size()});
+    next = std::min(pieces.size(), next + 512);
+    size_t first = 0;
+    while (first < batch.size()) {
+      const ssize_t n = writev(fd, batch.data() + first, static_cast<int>(batch.size() - first));
+      if (n < 0) {
+        if (errno == EINTR) continue;
+        error = errno;
+        break;
+      }
+      for (size_t done = static_cast<size_t>(n); first < batch.size() && done > 0;) {
+        iovec& v = batch[first];
+        const size_t part = std::min(done, v.iov_len);
+        v.iov_base = static_cast<char*>(v.iov_base) + part;
+        v.iov_len -= part;
+        done -= part;
+        if (v.iov_len == 0) ++first;
+      }
     }
-    p += n;
-    left -= static_cast<size_t>(n);
   }
   if (!error && fchmod(fd, mode) != 0) error = errno;
   if (close(fd) != 0 && !error) error = errno;
