@@ -35,10 +35,9 @@ void QelWriteFileAtomically(const std::string& fileName,
   size_t next = 0;
   while (!error && next < pieces.size()) {
     batch.clear();
-    for (size_t i = next; i < pieces.size() && batch.size() < 512; ++i)
-      if (!pieces[i].empty())
-        batch.push_back({const_cast<char*>(pieces[i].data()), pieces[i].size()});
-    next = std::min(pieces.size(), next + 512);
+    for (; next < pieces.size() && batch.size() < 512; ++next)
+      if (!pieces[next].empty())
+        batch.push_back({const_cast<char*>(pieces[next].data()), pieces[next].size()});
     size_t first = 0;
     while (first < batch.size()) {
       const ssize_t n = writev(fd, batch.data() + first, static_cast<int>(batch.size() - first));
