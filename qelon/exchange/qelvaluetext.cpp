@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <string>
+#include <type_traits>
 
 #include "qelon/platform/qelerror.h"
 
@@ -26,9 +27,44 @@ std::string_view Trim(std::string_view text) {
   throw EQelConvertError("\"" + std::string(text) + "\" is not a valid " + what);
 }
 
+// Short decimals ("-0.5", "12.25", "3") are most of what a scene holds.
+// With a mantissa and a power of ten both exact in T, one division gives
+// the correctly rounded value; anything else goes the general way.
+template <class T>
+bool ParseShortDecimal(std::string_view t, T& value) {
+  constexpr int kMaxDigits = std::is_same_v<T, float> ? 7 : 15;
+  constexpr T kPow10[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10,
+                          1e11, 1e12, 1e13, 1e14, 1e15};
+  size_t i = 0;
+  const bool negative = !t.empty() && t[0] == '-';
+  if (negative) ++i;
+  uint64_t mantissa = 0;
+  int digits = 0, fraction = -1;
+  for (; i < t.size(); ++i) {
+    const char c = t[i];
+    if (c >= '0' && c <= '9') {
+      if (++digits > kMaxDigits) return false;
+      mantissa = mantissa * 10 + static_cast<uint64_t>(c - '0');
+      if (fraction >= 0) ++fraction;
+    } else if (c == '.' && fraction < 0) {
+      fraction = 0;
+    } else {
+      return false;
+    }
+  }
+  if (digits == 0) return false;
+  T v = static_cast<T>(mantissa);
+  if (fraction > 0) v /= kPow10[fraction];
+  value = negative ? -v : v;
+  return true;
+}
+
 template <class T>
 void Parse(std::string_view text, T& value, const char* what) {
   const std::string_view t = Trim(text);
+  if constexpr (std::is_floating_point_v<T>) {
+    if (ParseShortDecimal(t, value)) return;
+  }
   T parsed{};
   auto [end, ec] = std::from_chars(t.data(), t.data() + t.size(), parsed);
   if (ec != std::errc() || end != t.data() + t.size() || t.empty()) Malformed(text, what);

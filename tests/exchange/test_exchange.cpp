@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <charconv>
 #include <random>
 
 #include <qelon/qelon.h>
@@ -205,6 +206,29 @@ TEST(ExchangeValueText, ShortestTextReadsBackExactly) {
       QelParseNumber(QelFloatText(buf, f, 0), back);
       EXPECT_EQ(back, f);
     }
+  }
+}
+
+TEST(ExchangeValueText, ShortDecimalsReadAsTheGeneralParserReadsThem) {
+  std::mt19937_64 random(11);
+  char buf[40];
+  for (int i = 0; i < 20000; ++i) {
+    const int64_t mantissa = static_cast<int64_t>(random() % 2000000000000001) - 1000000000000000;
+    const int places = static_cast<int>(random() % 16);
+    std::string text = std::to_string(mantissa);
+    if (places > 0 && text.size() > static_cast<size_t>(places) + 1)
+      text.insert(text.size() - places, ".");
+    double d = 0, reference = 0;
+    float f = 0, referenceF = 0;
+    QelParseNumber(text, d);
+    QelParseNumber(text, f);
+    std::from_chars(text.data(), text.data() + text.size(), reference);
+    std::from_chars(text.data(), text.data() + text.size(), referenceF);
+    EXPECT_EQ(d, reference) << text;
+    EXPECT_EQ(f, referenceF) << text;
+    const std::string shortFloat(QelFloatText(buf, static_cast<float>(mantissa % 100000) / 64.0f, 0));
+    QelParseNumber(shortFloat, f);
+    EXPECT_EQ(f, static_cast<float>(mantissa % 100000) / 64.0f) << shortFloat;
   }
 }
 
