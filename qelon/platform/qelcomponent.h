@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "qellife.h"
 #include "qelset.h"
 
 // Gives a class its run-time name, used by the render-class registry and
