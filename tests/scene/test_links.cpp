@@ -16,7 +16,7 @@ namespace {
 // counts them.
 class TListeningTexture : public TQelTexture {
 public:
-  TListeningTexture(int& heard) : TQelTexture(nullptr), heard_(heard) {}
+  explicit TListeningTexture(int& heard) : TQelTexture(nullptr), heard_(heard) {}
   void Changed() override {
     ++heard_;
     TQelTexture::Changed();
@@ -29,7 +29,7 @@ private:
 // A view repaints on its parts' changes; this one counts them instead.
 class TListeningView : public TQelView {
 public:
-  TListeningView(int& heard) : TQelView(nullptr), heard_(heard) {}
+  explicit TListeningView(int& heard) : TQelView(nullptr), heard_(heard) {}
   void SubChange(TObject*) override { ++heard_; }
 
 private:
