@@ -48,7 +48,7 @@ void SetLastRenderedAttributes(TQelAttributes* attributes) { lastRenderedAttribu
 TQelAttributes::TQelAttributes(TComponent* AOwner) : TQelRender(AOwner) {
   ambient_ = std::make_unique<TQelColor>();
   ambient_->SetColor(0x333333);
-  ambient_->OnChange = [this](TObject* s) { SubChange(s); };
+  ambient_->OnChange = SubChangeHandler();
 }
 
 TQelAttributes::~TQelAttributes() {
@@ -71,7 +71,7 @@ void TQelAttributes::SetLineStipple(TQelLineStipple v) { Store(this, lineStipple
 void TQelAttributes::SetAmbient(TQelColor* c) {
   if (!c) return;
   ambient_->Assign(c);
-  ambient_->OnChange = [this](TObject* s) { SubChange(s); };
+  ambient_->OnChange = SubChangeHandler();
   Changed();
 }
 
@@ -174,7 +174,7 @@ void TQelAttributes::Assign(TPersistent* Source) {
   if (auto* a = dynamic_cast<TQelAttributes*>(Source)) {
     antialiasing_ = a->antialiasing_;
     ambient_->Assign(a->ambient_.get());
-    ambient_->OnChange = [this](TObject* s) { SubChange(s); };
+    ambient_->OnChange = SubChangeHandler();
     cullFace_ = a->cullFace_;
     lighting_ = a->lighting_;
     lightTwoSide_ = a->lightTwoSide_;
@@ -247,7 +247,7 @@ TPersistent* TQelAttributes::ReadComp(IQelExchange* exchange, TXMLTag* tag) {
 
 TQelFog::TQelFog(TComponent* AOwner) : TQelRender(AOwner) {
   color_ = std::make_unique<TQelColor>();
-  color_->OnChange = [this](TObject* s) { SubChange(s); };
+  color_->OnChange = SubChangeHandler();
 }
 
 void TQelFog::SetMode(TQelFogMode v) { Store(this, mode_, v); }
@@ -259,7 +259,7 @@ void TQelFog::SetQuality(TQelQuality v) { Store(this, quality_, v); }
 void TQelFog::SetColor(TQelColor* c) {
   if (!c) return;
   color_->Assign(c);
-  color_->OnChange = [this](TObject* s) { SubChange(s); };
+  color_->OnChange = SubChangeHandler();
   Changed();
 }
 
@@ -292,7 +292,7 @@ void TQelFog::Assign(TPersistent* Source) {
   startDepth_ = f->startDepth_;
   endDepth_ = f->endDepth_;
   color_->Assign(f->color_.get());
-  color_->OnChange = [this](TObject* s) { SubChange(s); };
+  color_->OnChange = SubChangeHandler();
   OnChange = f->OnChange;
   Changed();
 }

@@ -25,7 +25,7 @@ TQelLight::TQelLight(TComponent* AOwner) : TQelRender(AOwner) {
 }
 
 void TQelLight::Wire(TQelProperty* p) {
-  p->OnChange = [this](TObject* s) { SubChange(s); };
+  p->OnChange = SubChangeHandler();
 }
 
 void TQelLight::SetID(TLightID value) {

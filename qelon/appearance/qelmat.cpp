@@ -21,7 +21,7 @@ void SetLastRenderedMaterial(TQelMaterial* material) { lastRenderedMaterial = ma
 TQelMaterial::TQelMaterial(TComponent* AOwner) : TQelRender(AOwner) {
   for (int i = 0; i < 4; ++i) {
     colors_[i]->SetColor(kDefaultColors[i]);
-    colors_[i]->OnChange = [this](TObject* s) { SubChange(s); };
+    colors_[i]->OnChange = SubChangeHandler();
   }
   SetShininess(0);
 }
@@ -46,7 +46,7 @@ void TQelMaterial::SetPartColor(int index, TQelColor* value) {
   part->Assign(value);
   // Assign hands the source's handler over on purpose; the material keeps
   // listening to its own colour.
-  part->OnChange = [this](TObject* s) { SubChange(s); };
+  part->OnChange = SubChangeHandler();
 }
 
 void TQelMaterial::SetShininess(int32_t value) {

@@ -97,13 +97,15 @@ TQelTexture::TQelTexture(TComponent* AOwner) : TQelRender(AOwner) {
 
 void TQelTexture::WireBlendColor() {
   // An edited blend colour is set again at the next render.
-  blendColor_->OnChange = [this](TObject*) { dirty_ = true; };
+  blendColor_->OnChange =
+      TQelChangeLink<TQelTexture, &TQelTexture::BlendColorChange>{this, GetLifeToken()};
 }
 
 TQelTexture::~TQelTexture() { DeleteTexture(this); }
 
 void TQelTexture::WireBitmap() {
-  bitmap_->OnChange = [this](TObject* s) { BitmapChange(s); };
+  bitmap_->OnChange =
+      TQelChangeLink<TQelTexture, &TQelTexture::BitmapChange>{this, GetLifeToken()};
 }
 
 bool TQelTexture::IsValidSize(int n) { return n > 0 && (n & (n - 1)) == 0; }

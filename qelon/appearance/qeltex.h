@@ -90,6 +90,7 @@ private:
   friend GLuint AddTexture(TQelTexture* t);
   void WireBitmap();
   void WireBlendColor();
+  void BlendColorChange(TObject*) { dirty_ = true; }
   void LoadBitmap(const std::string& path);
   // Saves the bitmap beside the scene file; its name there, or "" on failure.
   std::string SaveBitmapBeside(IQelExchange* exchange) const;

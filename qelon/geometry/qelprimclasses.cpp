@@ -641,7 +641,7 @@ void TQelPrimitiveArray::Assign(TPersistent* Source) {
 TQelPointItem::TQelPointItem() { TQelPointItem::Clear(); }
 
 void TQelPointItem::WireParts() {
-  auto sub = [this](TObject*) { Changed(); };
+  const TQelChangeLink<TQelPointItem, &TQelPointItem::PartChange> sub{this, life_.Ref()};
   point_.OnChange = sub;
   normal_.OnChange = sub;
   texture_.OnChange = sub;
@@ -700,7 +700,8 @@ void TQelPointItem::Assign(TPersistent* Source) {
 TQelTextureFlags::TQelTextureFlags() { TQelTextureFlags::Clear(); }
 
 void TQelTextureFlags::WireParts() {
-  paramVector_.OnChange = [this](TObject*) { Changed(); };
+  paramVector_.OnChange = TQelChangeLink<TQelTextureFlags, &TQelTextureFlags::PartChange>{
+      this, life_.Ref()};
 }
 
 void TQelTextureFlags::Clear() {

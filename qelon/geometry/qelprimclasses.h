@@ -250,6 +250,7 @@ public:
 
 private:
   void WireParts();
+  void PartChange(TObject*) { Changed(); }
 
   TQelVector point_;
   TQelNormal normal_;
@@ -257,6 +258,7 @@ private:
   TQelColor color_;
   int32_t flag_ = 0;
   bool edgeFlag_ = true;
+  TQelLife life_;  // what the parts' links ask
 };
 
 // How texture coordinates are generated for a mesh, and whether sphere
@@ -293,8 +295,10 @@ public:
 
 private:
   void WireParts();
+  void PartChange(TObject*) { Changed(); }
 
   uint8_t mode_ = 0;
+  TQelLife life_;  // what the parameter vector's link asks
   double shiftX_ = 0, shiftY_ = 0;
   double scaleX_ = 1, scaleY_ = 1;
   TQelVector paramVector_;

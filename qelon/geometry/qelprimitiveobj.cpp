@@ -237,21 +237,25 @@ TQelPrimitiveObj::~TQelPrimitiveObj() {
 }
 
 void TQelPrimitiveObj::WirePoints() {
-  points_->OnChange = [this](TObject* Sender) { SubChange(Sender); };
+  points_->OnChange = SubChangeHandler();
 }
 
 void TQelPrimitiveObj::WireTextureFlags() {
-  textureFlags_->OnChange = [this](TObject* Sender) { SubChange(Sender); };
+  textureFlags_->OnChange = SubChangeHandler();
 }
 
 void TQelPrimitiveObj::WireArray(TQelPrimitiveArray* array) {
-  array->OnChange = [this, array](TObject* Sender) {
-    WatchAppearance(array);
-    if (quiet_)
-      changedQuietly_ = true;
-    else
-      SubChange(Sender);
-  };
+  array->OnChange =
+      TQelChangeLink<TQelPrimitiveObj, &TQelPrimitiveObj::ArrayChange>{this, GetLifeToken()};
+}
+
+void TQelPrimitiveObj::ArrayChange(TObject* Sender) {
+  // Sender is a list of this object, or a copy that took over its handler.
+  if (auto* array = dynamic_cast<TQelPrimitiveArray*>(Sender)) WatchAppearance(array);
+  if (quiet_)
+    changedQuietly_ = true;
+  else
+    SubChange(Sender);
 }
 
 void TQelPrimitiveObj::WatchAppearance(TQelPrimitiveArray* array) {

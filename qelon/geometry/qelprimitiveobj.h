@@ -220,6 +220,7 @@ private:
   void WirePoints();
   void WireTextureFlags();
   void WireArray(TQelPrimitiveArray* array);
+  void ArrayChange(TObject* Sender);
   // Watches the appearance a list refers to, so that it can be cleared from
   // the list when it dies.
   void WatchAppearance(TQelPrimitiveArray* array);

@@ -265,7 +265,7 @@ void TQelTransformation::WireParts() {
   for (TQelTransform* part : {static_cast<TQelTransform*>(rotation_),
                               static_cast<TQelTransform*>(scale_),
                               static_cast<TQelTransform*>(translation_)})
-    part->OnChange = [this](TObject* Sender) { SubChange(Sender); };
+    part->OnChange = TQelChangeLink<TQelTransformation>{this, life_.Ref()};
 }
 
 TQelTransform* TQelTransformation::GetTransform(int i) const {

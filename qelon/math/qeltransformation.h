@@ -193,4 +193,5 @@ private:
   TQelMathVector coordinates_[3];
   bool orderSwitched_ = false;
   bool inverted_ = false;
+  TQelLife life_;  // what the parts' links ask
 };

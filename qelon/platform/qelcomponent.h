@@ -8,6 +8,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "qellife.h"
 #include "qelset.h"
 
 // Gives a class its run-time name, used by the render-class registry and

@@ -56,10 +56,10 @@ public:
 
   // Expires when this component is destroyed, so that code which calls out
   // (and may thereby destroy it) can tell afterwards.
-  std::weak_ptr<const void> GetLifeToken() const { return life_; }
+  TQelLifeRef GetLifeToken() const { return life_.Ref(); }
 
 private:
-  std::shared_ptr<const void> life_ = std::make_shared<char>();
+  TQelLife life_;
 };
 
 // A component placed by an owned transformation.
@@ -84,13 +84,7 @@ public:
   TPersistent* ReadComp(IQelExchange* exchange, TXMLTag* tag) override;
 
   // The handler SubChangeHandler makes: calls SubChange while target lives.
-  struct TSubChangeLink {
-    TQelTransformed* target;
-    std::weak_ptr<const void> life;
-    void operator()(TObject* Sender) const {
-      if (!life.expired()) target->SubChange(Sender);
-    }
-  };
+  using TSubChangeLink = TQelChangeLink<TQelTransformed>;
 
 protected:
   // Calls SubChange while this component lives. Assign hands handlers on to

@@ -121,14 +121,14 @@ TQelView::~TQelView() {
   // Components cached for this view free their lists while the context
   // still exists, and references to the view are dropped.
   Destroying();
-  life_.reset();
+  life_.End();
   DestroyHandle();
   RemoveViewfromList(this);
   coordinates_.reset();
 }
 
 void TQelView::WireCoordinates() {
-  coordinates_->OnChange = [this](TObject* Sender) { SubChange(Sender); };
+  coordinates_->OnChange = TQelChangeLink<TQelView>{this, life_.Ref()};
 }
 
 // --- The window ------------------------------------------------------------------------
@@ -394,9 +394,7 @@ void TQelView::SetCamera(TQelCamera* value) {
   camera_ = value;
   if (camera_) {
     FreeNotification(camera_);
-    camera_->OnChange = [this, life = std::weak_ptr<const void>(life_)](TObject* Sender) {
-      if (!life.expired()) SubChange(Sender);
-    };
+    camera_->OnChange = TQelChangeLink<TQelView>{this, life_.Ref()};
     if (GetCurrent()) camera_->Render(this);
   }
   SubChange(this);

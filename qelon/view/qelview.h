@@ -244,7 +244,7 @@ private:
   // The window height that window y coordinates count down from.
   int32_t QueryHeight() const;
 
-  std::shared_ptr<const void> life_ = std::make_shared<char>();
+  TQelLife life_;
   TWindowEvents events_{this};
   TQelWindowSystem* ws_ = nullptr;
   TQelWindow* window_ = nullptr;
