@@ -23,6 +23,7 @@ protected:
 };
 
 TEST_F(AttributesTest, SameAttributesTwiceIssueNothingTheSecondTimeButAChangeIsIssuedAgain) {
+  ExpectGLErrors();  // untouched attributes hand line width 0 to GL, which rejects it
   TQelAttributes a(nullptr);
   GLRecorder rec;
   a.Render(&view);
@@ -40,6 +41,7 @@ TEST_F(AttributesTest, SameAttributesTwiceIssueNothingTheSecondTimeButAChangeIsI
 }
 
 TEST_F(AttributesTest, DefaultStateReachesGL) {
+  ExpectGLErrors();  // untouched attributes hand line width 0 to GL, which rejects it
   TQelAttributes a(nullptr);
   glEnable(GL_LIGHTING);
   glEnable(GL_CULL_FACE);
@@ -66,8 +68,7 @@ TEST_F(AttributesTest, DefaultStateReachesGL) {
 TEST_F(AttributesTest, AntialiasingKeepsItsBlendingAndItsHintsAreRejected) {
   TQelAttributes a(nullptr);
   a.SetAntialiasing(true);
-  while (glGetError() != GL_NO_ERROR) {
-  }
+  ExpectGLErrors();
   a.DoRender(&view);
   EXPECT_NE(glGetError(), GLenum(GL_NO_ERROR));  // the hints name the capability as target
   EXPECT_TRUE(glIsEnabled(GL_BLEND));
@@ -78,6 +79,7 @@ TEST_F(AttributesTest, AntialiasingKeepsItsBlendingAndItsHintsAreRejected) {
 }
 
 TEST_F(AttributesTest, TransparencyModesSetTheBlendFunction) {
+  ExpectGLErrors();  // untouched attributes hand line width 0 to GL, which rejects it
   struct Case {
     TQelTransparencyMode mode;
     GLint src, dst;
@@ -96,6 +98,7 @@ TEST_F(AttributesTest, TransparencyModesSetTheBlendFunction) {
 }
 
 TEST_F(AttributesTest, StipplePatternRotatesByTheShiftModulo16) {
+  ExpectGLErrors();  // untouched attributes hand line width 0 to GL, which rejects it
   TQelAttributes a(nullptr);
   a.SetLineStipple(lsDash);
   a.StippleShift = 4;

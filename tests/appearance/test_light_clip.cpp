@@ -84,6 +84,7 @@ TEST_F(LightTest, DirectionalLightSendsWZeroAndSpotSendsItsDirection) {
 }
 
 TEST_F(LightTest, LitSquareHasTheFixedFunctionShading) {
+  ExpectGLErrors();  // untouched attributes hand line width 0 to GL, which rejects it
   // Material ambient 0.2, diffuse 0.8 (the defaults); global ambient 0.2;
   // a white directional light from (0, 0.6, 0.8): n·l = 0.8.
   // colour = 0.2·0.2 + 0.8·1·0.8 = 0.68 -> 173 of 255.
@@ -105,6 +106,7 @@ TEST_F(LightTest, LitSquareHasTheFixedFunctionShading) {
 }
 
 TEST_F(LightTest, RedDiffuseMaterialUnderAGreyLight) {
+  ExpectGLErrors();  // untouched attributes hand line width 0 to GL, which rejects it
   // Light diffuse 0.5 grey, ambient black, material diffuse pure red,
   // ambient 0: colour = (0.5·1·1, 0, 0) with the light straight on.
   TQelAttributes attributes(nullptr);

@@ -207,6 +207,7 @@ TEST_F(GLStateTest, TheNextBoxDrawsWithOnlyItsOwnArrays) {
 }
 
 TEST_F(GLStateTest, ACachedNodeDrawsWhatItDrewDirectly) {
+  ExpectGLErrors();  // untouched attributes hand line width 0 to GL, which rejects it
   auto* attributes = new TQelAttributes(top.get());
   attributes->SetLighting(true);
   auto* light = new TQelLight(top.get());

@@ -7,6 +7,13 @@ void QelGLTest::SetUp() {
 }
 
 void QelGLTest::TearDown() {
+  // Views make their own contexts current and release them; the errors of
+  // the fixture's context are read in it.
+  if (context && context->MakeCurrent())
+    for (GLenum e; (e = glGetError()) != GL_NO_ERROR;)
+      if (!glErrorsExpected_)
+        ADD_FAILURE() << "GL error left at the end of the test: "
+                      << reinterpret_cast<const char*>(gluErrorString(e));
   context.reset();
 }
 

@@ -24,6 +24,12 @@ protected:
   // RGBA of one pixel, y counted from the bottom as GL does.
   static std::array<uint8_t, 4> ReadPixel(int x, int y);
   static GLenum Error() { return glGetError(); }
+  // A test that provokes GL errors on purpose says so; otherwise every error
+  // still pending when the test ends fails it.
+  void ExpectGLErrors() { glErrorsExpected_ = true; }
 
   std::unique_ptr<TQelOffscreenContext> context;
+
+private:
+  bool glErrorsExpected_ = false;
 };
