@@ -3,7 +3,7 @@
 # and only those that are missing (so a prepared machine needs no network).
 set -e
 PACKAGES="cmake make g++ pkg-config python3 libgl-dev libglu1-mesa-dev libegl-dev \
-libegl-mesa0 libgl1-mesa-dri libglfw3-dev libstb-dev libgtest-dev libbenchmark-dev \
+libegl-mesa0 libgl1-mesa-dri libglfw3-dev libstb-dev libcli11-dev libgtest-dev libbenchmark-dev \
 clang libclang-rt-14-dev xvfb xauth"
 missing=""
 for p in $PACKAGES; do
