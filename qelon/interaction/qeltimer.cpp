@@ -120,22 +120,20 @@ void TQelTimer::DelIdle() {
 }
 
 void TQelTimer::DoIdle(TObject* Sender, bool& Done) {
-  // Event handlers may free any timer of the chain, this one included: go
-  // by a snapshot of the chained timers and ask each one's life first.
-  struct TEntry {
-    TQelTimer* timer;
-    TQelLifeRef life;
-  };
-  std::vector<TEntry> chained;
-  chained.reserve(children_.size());
-  for (TQelTimer* child : children_) chained.push_back({child, child->life_.Ref()});
-  const TQelLifeRef self = life_.Ref();
-
+  // Event handlers may free or rechain any timer of the chain, this one
+  // included: the turn goes by the chain as it was when the turn began,
+  // asking each timer's life before running it.
+  std::vector<TChained> turn;
+  CollectChain(turn);
+  TQelApplication* application = QelApplication();
   // Every timer of the chain runs, whatever the ones before it answered.
-  Done = DoTimer(QelApplication()->GetCounter()) && Done;
-  if (self.expired()) return;  // its chained timers went to an heir
-  for (const TEntry& e : chained)
-    if (!e.life.expired() && e.timer->parent_ == this) e.timer->DoIdle(Sender, Done);
+  for (const TChained& c : turn)
+    if (!c.life.expired()) Done = c.timer->DoTimer(application->GetCounter()) && Done;
+}
+
+void TQelTimer::CollectChain(std::vector<TChained>& turn) const {
+  turn.push_back({const_cast<TQelTimer*>(this), life_.Ref()});
+  for (const TQelTimer* child : children_) child->CollectChain(turn);
 }
 
 bool TQelTimer::DoTimer(int64_t Now) {

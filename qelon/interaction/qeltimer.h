@@ -66,13 +66,19 @@ public:
   void DelIdle();
   bool GetIdleInstalled() const { return idleInstalled_; }
 
-  // The idle handler: runs this timer, then its chained ones, at one time.
-  // Done stays true only when none of them has work.
+  // The idle handler: runs this timer, then its chained ones in the order
+  // they joined. Done stays true only when none of them has work.
   void DoIdle(TObject* Sender, bool& Done);
   // Runs the timer at counter value Now; true when it has nothing to do.
   bool DoTimer(int64_t Now);
 
 private:
+  struct TChained {
+    TQelTimer* timer;
+    TQelLifeRef life;
+  };
+  // This timer and the ones chained below it, parents first.
+  void CollectChain(std::vector<TChained>& turn) const;
   void Join(TQelTimer* parent);
   void Leave();
 
