@@ -9,6 +9,7 @@
 #include "qelon/platform/qelpixelformat.h"
 #include "qelon/platform/qelbitmap.h"
 #include "qelon/platform/qelwindowsystem.h"
+#include "qelon/platform/qelapplication.h"
 #include "qelon/math/qelmath.h"
 #include "qelon/math/qelclass.h"
 #include "qelon/math/qelmatrix.h"
@@ -29,3 +30,4 @@
 #include "qelon/exchange/xmlparser.h"
 #include "qelon/exchange/qeliexchange.h"
 #include "qelon/exchange/qelexchange.h"
+#include "qelon/interaction/qeltimer.h"

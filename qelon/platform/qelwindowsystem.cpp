@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "qelapplication.h"
 #include "qelbitmap.h"
 #include "qelwsbackend.h"
 
@@ -122,8 +123,18 @@ void TQelWindowSystem::ProcessMessages() {
 }
 
 void TQelWindowSystem::WaitMessages(double timeoutSeconds) {
-  const bool due = std::any_of(windows_.begin(), windows_.end(), [](const auto& w) { return w->invalid; });
-  DoPollEvents(due ? 0 : timeoutSeconds);
+  auto due = [this]() {
+    return std::any_of(windows_.begin(), windows_.end(), [](const auto& w) { return w->invalid; });
+  };
+  TQelApplication* application = QelApplication();
+  if (application->OnIdle) {
+    // Messages first, then the idle handler; the loop waits only when the
+    // handler has no work left (a running timer keeps it polling).
+    DoPollEvents(0);
+    DeliverPaints();
+    if (!application->Idle()) return;
+  }
+  DoPollEvents(due() ? 0 : timeoutSeconds);
   DeliverPaints();
 }
 

@@ -72,6 +72,9 @@ public:
   // Delivers pending input and the paints of invalidated windows.
   void ProcessMessages();
   // Waits up to timeout seconds for something to deliver, then delivers it.
+  // With an idle handler installed (QelApplication()->OnIdle) a turn first
+  // delivers what is pending, then runs the handler, and waits only when
+  // the handler has no work left.
   void WaitMessages(double timeoutSeconds);
 
   // --- Device contexts ------------------------------------------------

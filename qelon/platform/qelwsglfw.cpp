@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "qelapplication.h"
 #include "qelwsbackend.h"
 
 namespace {
@@ -175,6 +176,11 @@ void OnClose(GLFWwindow* native) {
   if (TGLFWWindow* w = Owner(native)) queue.push_back({TQueuedEvent::ekClose, w, {}});
 }
 
+// The application is the active one while one of its windows has the focus.
+void OnFocus(GLFWwindow* native, int focused) {
+  if (Owner(native)) QelApplication()->SetActive(focused == GLFW_TRUE);
+}
+
 // The formats GLFW can be asked for.
 TPixelFormatDescriptorArray MakeFormats() {
   struct TBits { uint8_t r, g, b, a, depth, stencil; };
@@ -329,6 +335,7 @@ private:
       glfwSetMouseButtonCallback(rc->native, OnMouseButton);
       glfwSetKeyCallback(rc->native, OnKey);
       glfwSetWindowCloseCallback(rc->native, OnClose);
+      glfwSetWindowFocusCallback(rc->native, OnFocus);
     }
     return true;
   }
