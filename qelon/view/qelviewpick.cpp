@@ -72,7 +72,18 @@ int32_t TQelView::GetObj(int32_t x, int32_t y, TObject*& obj) {
     // hands the innermost name to the same object again. Idle: no swap.
     searchedName_ = top->GetNames(top->GetCount() - 1);
     const uint8_t previous = GetDrawingMode();
-    TOnExit mode{[&] { SetDrawingMode(previous); }};
+    SetCurrent(true);
+    // An empty scissor box: this render clears and draws no pixel, so the
+    // picture stays as it was and no time goes into filling it.
+    glPushAttrib(GL_SCISSOR_BIT);
+    glEnable(GL_SCISSOR_TEST);
+    glScissor(0, 0, 0, 0);
+    SetCurrent(false);
+    TOnExit unscissor{[&] {
+      if (MakeCurrentQuietly()) glPopAttrib();
+      SetCurrent(false);
+      SetDrawingMode(previous);
+    }};
     SetDrawingMode(kIdle);
     RenderScene();
   }

@@ -187,7 +187,14 @@ TEST_F(Picking, AnOverflowingSelectionBufferGivesAnEmptyList) {
 TEST_F(Picking, PickingSwapsNoBufferAndLeavesThePictureAndTheViewAsTheyWere) {
   TTwoSquares* mesh = Add<TTwoSquares>();
   mesh->GetColor()->SetColor(RGB(255, 128, 0));
-  Add<TQuad>(Square(0, 0, 1, 1, 0))->GetColor()->SetColor(RGB(0, 128, 255));
+  // An animated square: another colour in every render, so that a render
+  // that reached the pixels would show.
+  TQuad* square = Add<TQuad>(Square(0, 0, 1, 1, 0));
+  int renders = 0;
+  view->OnRender = [&](TQelView* v) {
+    square->GetColor()->SetColor(RGB(0, 128, ++renders % 256));
+    top->Render(v);
+  };
   int userNames = 0;
   view->OnNextID = [&](TObject*, int32_t) { ++userNames; };
   view->Paint();
@@ -197,6 +204,7 @@ TEST_F(Picking, PickingSwapsNoBufferAndLeavesThePictureAndTheViewAsTheyWere) {
   TObject* obj = nullptr;
   auto [x, y] = Click({-0.4, -0.8, 0});
   EXPECT_EQ(view->GetObj(x, y, obj), 1);
+  EXPECT_EQ(renders, 3);  // the paint, the selection and the search
   // GetObj hands out names to its own search, not to the user's handler,
   // and puts that back: the selection alone raises it for every name.
   EXPECT_EQ(userNames, 0);
