@@ -10,7 +10,8 @@
 namespace {
 
 constexpr uint8_t kIdle = 0, kSelecting = 3;
-// Words of the selection buffer: 1024 hits of an object and its index list.
+// Words of the selection buffer: 1024 hits of plain objects, 819 of meshes
+// (an object's name and its index list's).
 constexpr GLsizei kSelectBufferWords = 4096;
 
 // Runs a clean-up when the scope ends, also by an exception.
