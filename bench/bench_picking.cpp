@@ -127,7 +127,12 @@ void BM_PickGrid(benchmark::State& state) {
   state.counters["select_ms"] = Median(selects) * 1e3;
 }
 
-BENCHMARK(BM_PickGrid)->Arg(1024)->Arg(10000)->UseManualTime()->MinTime(3.0)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_PickGrid)
+    ->Arg(1024)
+    ->Arg(10000)
+    ->UseManualTime()
+    ->MinTime(3.0)
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
