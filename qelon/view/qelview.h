@@ -17,6 +17,7 @@
 #include "qelon/platform/qelwindowsystem.h"
 #include "qelon/scene/qelcomp.h"
 #include "qelon/view/qelcam.h"
+#include "qelon/view/qelselection.h"
 
 class TBitmap;
 class TQelView;
@@ -201,6 +202,20 @@ public:
   // The camera's ProjectVector; the zero vector without a camera.
   TQelMathVector ProjectVector(TQelTransformed* render, const TQelMathVector& vector);
 
+  // --- Picking ------------------------------------------------------------------
+  // The hits of the SelectWidth by SelectHeight pixels around window pixel
+  // (x, y) (y down): the scene rendered in GL selection mode (drawing mode
+  // 3), without a swap and without touching the picture. Empty when
+  // inactive or when the hits overflow the selection buffer.
+  void GetSelection(int32_t x, int32_t y, TQelSelectionList& list);
+  // The object that drew the top-most hit at (x, y), found by its innermost
+  // name in a second, idle render. Returns the num it passed with that
+  // name (the index list of a mesh, -1 for other objects); -2 and null obj
+  // when nothing with a name was hit.
+  int32_t GetObj(int32_t x, int32_t y, TObject*& obj);
+  // OnNextID while GetObj searches: remembers who receives the searched name.
+  void GetNextIdObj(TObject* obj, int32_t num);
+
   // Objects push pick names only when idle, picking or querying a point.
   bool GetPushNames() const override;
   // Repaints when idle: the axes' and the camera's changes come here.
@@ -272,6 +287,10 @@ private:
   uint32_t stencilMask_ = 1;
   uint32_t stencilTest_ = 0x0202;  // GL_EQUAL
   TQelStencilOp stencilOp_ = soRef;
+  // GetObj's search: the name looked for and who received it.
+  uint32_t searchedName_ = 0;
+  int32_t foundNum_ = -2;
+  TObject* foundObj_ = nullptr;
 };
 
 // The process-wide list of connected views, in connection order. A view
