@@ -418,9 +418,22 @@ void TQelTransformation::MoveZ(double distance) {
   MoveVec(inverted_ ? distance : -distance, GetMoveVector(2));
 }
 
-void TQelTransformation::TurnX(double angle) { TurnVec(angle, GetMoveVector(0)); }
-void TQelTransformation::TurnY(double angle) { TurnVec(angle, GetMoveVector(1)); }
-void TQelTransformation::TurnZ(double angle) { TurnVec(angle, GetMoveVector(2)); }
+double TQelTransformation::TurnSense(int axis) {
+  if (!inverted_) return 1;
+  // A camera turns as its picture shows: about x the view goes down, about
+  // y to the left, about z clockwise. In a right-handed frame of left, down
+  // and ahead (a mirrored picture) that is -, +, - about the axes; in the
+  // usual left-handed one the signs flip.
+  const TQelMathVector x = GetMoveVector(0), y = GetMoveVector(1), z = GetMoveVector(2);
+  TQelMathVector n;
+  QelMathCrossProduct(x, y, n);
+  const double handedness = QelMathDotProduct(n, z) < 0 ? -1.0 : 1.0;
+  return (axis == 1 ? 1.0 : -1.0) * handedness;
+}
+
+void TQelTransformation::TurnX(double angle) { TurnVec(TurnSense(0) * angle, GetMoveVector(0)); }
+void TQelTransformation::TurnY(double angle) { TurnVec(TurnSense(1) * angle, GetMoveVector(1)); }
+void TQelTransformation::TurnZ(double angle) { TurnVec(TurnSense(2) * angle, GetMoveVector(2)); }
 
 void TQelTransformation::TurnVec(double angle, const TQelMathVector& axis) {
   Vec3 u = axis;

@@ -85,10 +85,14 @@ public:
 //   axes of the rotation itself.
 // MoveX/MoveY/MoveZ(d) move the placement by d along its own local axis;
 // TurnX/TurnY/TurnZ(a) turn it by a degrees about its own local axis, through
-// its own position (right-handed in parent coordinates, as QelMathRotateVec):
-// after TurnY(a) the local z axis is the old one turned by a about the local y
-// axis, and the position is unchanged. A camera turns exactly so when its three
-// scale factors have the same magnitude (the usual case).
+// its own position, and the position is unchanged. An object turns
+// right-handed in parent coordinates (as QelMathRotateVec): after TurnY(a)
+// its local z axis is the old one turned by a about the local y axis. A
+// camera turns as its picture shows it: TurnX(a) tilts the view down by a,
+// TurnY(a) turns it to the left, TurnZ(a) rolls it clockwise (whatever the
+// handedness of its local axes, which a mirroring scale flips). It turns
+// exactly so when its three scale factors have the same magnitude (the
+// usual case).
 // Every movement first calls SetDefaultOrder.
 class TQelTransformation : public TQelProperty {
   QEL_CLASS(TQelTransformation)
@@ -152,6 +156,10 @@ public:
   void TurnX(double angle);
   void TurnY(double angle);
   void TurnZ(double angle);
+  // The sign that turns the placement as TurnX/TurnY/TurnZ describe about
+  // axis 0..2 with TurnVec: +1 for an object; for a camera it depends on the
+  // axis and on the handedness of its local axes.
+  double TurnSense(int axis);
   // Turns the placement by angle degrees about axis (parent coordinates,
   // need not be unit) through its own position. The new angles pass through
   // ModAngle. A zero axis does nothing.

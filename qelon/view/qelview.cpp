@@ -9,6 +9,7 @@
 #include "qelon/appearance/qelattr.h"
 #include "qelon/appearance/qelmat.h"
 #include "qelon/appearance/qeltex.h"
+#include "qelon/interaction/qelcntrl.h"
 #include "qelon/platform/qelbitmap.h"
 #include "qelon/platform/qelerror.h"
 
@@ -408,9 +409,11 @@ void TQelView::SetDoubleBuffer(bool value) {
 }
 
 void TQelView::SetController(TQelCustomController* value) {
-  // Hook: once controllers exist, watch value for its destruction
-  // (FreeNotification) and give it this view's camera when it has none.
+  if (controller_ && controller_ != value) RemoveFreeNotification(controller_);
   controller_ = value;
+  if (!value) return;
+  FreeNotification(value);
+  if (!value->GetCamera()) value->SetCamera(camera_);
 }
 
 void TQelView::SetDrawValues(TQelDrawValues value) {
@@ -511,23 +514,27 @@ void TQelView::SetStencilMode(TQelStencilMode mode) {
 }
 
 // --- Input ---------------------------------------------------------------------------------
-// Hook: once controllers exist, each entry point below ends with
-//   if (controller_ && <controller's handler of the same name>(...)) InvalidateGL();
+// The user's event first, then the controller; a controller that moved
+// something repaints the view (a moved object does not repaint by itself).
 
 void TQelView::MouseDown(TMouseButton button, TShiftState shift, int32_t x, int32_t y) {
   if (OnMouseDown) OnMouseDown(this, button, shift, x, y);
+  if (controller_ && controller_->HandleMouseDown(button, shift, x, y)) InvalidateGL();
 }
 
 void TQelView::MouseUp(TMouseButton button, TShiftState shift, int32_t x, int32_t y) {
   if (OnMouseUp) OnMouseUp(this, button, shift, x, y);
+  if (controller_ && controller_->HandleMouseUp(button, shift, x, y)) InvalidateGL();
 }
 
 void TQelView::MouseMove(TShiftState shift, int32_t x, int32_t y) {
   if (OnMouseMove) OnMouseMove(this, shift, x, y);
+  if (controller_ && controller_->HandleMouseMove(shift, x, y)) InvalidateGL();
 }
 
 void TQelView::KeyDown(uint16_t& key, TShiftState shift) {
   if (OnKeyDown) OnKeyDown(this, key, shift);
+  if (controller_ && controller_->HandleKey(key, shift)) InvalidateGL();
 }
 
 void TQelView::KeyUp(uint16_t& key, TShiftState shift) {
@@ -675,5 +682,5 @@ void TQelView::Notification(TComponent* AComponent, TOperation Operation) {
   TQelCanvasView::Notification(AComponent, Operation);
   if (Operation != opRemove || !AComponent) return;
   if (AComponent == camera_) camera_ = nullptr;
-  // Hook: the same for the controller once controllers exist.
+  if (AComponent == controller_) controller_ = nullptr;
 }

@@ -135,8 +135,8 @@ public:
   void SetCamera(TQelCamera* value);
   bool GetDoubleBuffer() const { return doubleBuffer_; }
   void SetDoubleBuffer(bool value);
-  // Not owned. The controllers' handlers are not called yet (see the input
-  // entry points).
+  // Not owned; forgotten when destroyed. Gets this view's camera when it
+  // has none. Receives the view's mouse and key input.
   TQelCustomController* GetController() const { return controller_; }
   void SetController(TQelCustomController* value);
   // The buffers RenderSceneGL clears; default {btColor, btDepth}. The

@@ -220,9 +220,22 @@ TEST(Movement, TurnAboutTheLocalAxes) {
       if (axis == 0) t.TurnX(angle);
       if (axis == 1) t.TurnY(angle);
       if (axis == 2) t.TurnZ(angle);
-      for (int k = 0; k < 3; ++k)
-        ASSERT_TRUE(VecNear(t.GetMoveVector(k), Turned(before[k], before[axis], angle), kTurnTolerance))
+      for (int k = 0; k < 3; ++k) {
+        // An object turns right-handed about its axis. A camera turns as its
+        // picture shows, whether its axes (left, down, ahead) are mirrored or
+        // not: about x ahead goes down, about y ahead goes left, about z left
+        // goes up (clockwise); the other axis follows in the same plane.
+        TQelMathVector expected = Turned(before[k], before[axis], angle);
+        if (camera && k != axis) {
+          const int from = axis == 2 ? 0 : 2, to = axis == 0 ? 1 : axis == 1 ? 0 : 1;
+          const double sign = axis == 2 ? -1 : 1;  // left goes towards up, i.e. away from down
+          const double c = std::cos(angle * M_PI / 180), s = sign * std::sin(angle * M_PI / 180);
+          expected = k == from ? Sum(Scaled(before[from], c), Scaled(before[to], s))
+                               : Sum(Scaled(before[to], c), Scaled(before[from], -s));
+        }
+        ASSERT_TRUE(VecNear(t.GetMoveVector(k), expected, kTurnTolerance))
             << (camera ? "camera" : "object") << " turn about " << axis << " axis " << k << " n " << n;
+      }
       EXPECT_TRUE(VecNear(Position(t), start, 1e-5 * std::max(1.0, QelMathVectorLength(start))));
       const TQelMathVector angles = t.GetRotation()->GetAsMathVector();
       for (int k = 0; k < 3; ++k) {
@@ -270,8 +283,10 @@ TEST(Movement, TurnThroughTheVertical) {
     for (int step = 0; step < 12; ++step) {
       const TQelMathVector before[3] = {t.GetMoveVector(0), t.GetMoveVector(1), t.GetMoveVector(2)};
       t.TurnX(15);
+      // This camera's axes are mirrored (scale (1, 1, 1)): looking down is
+      // left-handed about its x axis.
       for (int k = 0; k < 3; ++k)
-        ASSERT_TRUE(VecNear(t.GetMoveVector(k), Turned(before[k], before[0], 15), 1e-5))
+        ASSERT_TRUE(VecNear(t.GetMoveVector(k), Turned(before[k], before[0], camera ? -15 : 15), 1e-5))
             << camera << " step " << step;
     }
     // Twelve steps of 15 degrees: a half turn about x.

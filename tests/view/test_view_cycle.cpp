@@ -2,6 +2,7 @@
 // swaps, what an inactive view does, pixel formats, the view list and
 // display-list sharing, the three connection errors, stencil presets,
 // change signals and input.
+#include <functional>
 #include <memory>
 
 #include "viewtest.h"
@@ -523,6 +524,56 @@ TEST_F(ViewCycle, InputReachesTheUserEvents) {
   EXPECT_EQ(key, 0);
   EXPECT_EQ(log, (std::vector<std::string>{"down 1 17 3,4", "move 16 5,6", "up 1 7,8", "key 27"}));
   view->SetController(nullptr);
+  EXPECT_EQ(view->GetController(), nullptr);
+}
+
+// After the user's event the controller gets the input; only what moved
+// something repaints. The controller gets the view's camera and is
+// forgotten when destroyed.
+TEST_F(ViewCycle, InputReachesTheControllerWhichRepaintsWhenItMovesSomething) {
+  TQelView* view = NewView();
+  TQelObject object(nullptr);
+  auto person = std::make_unique<TQelPersonController>(nullptr);
+  TQelMouseController mouse(nullptr);
+  view->SetController(person.get());
+  EXPECT_EQ(person->GetCamera(), camera.get());
+  person->SetControlled(&object);
+  mouse.SetControlled(&object);
+  bool swallow = false;
+  view->OnKeyDown = [&](TObject*, uint16_t& key, TShiftState) {
+    if (swallow) key = 0;
+  };
+  int* invalidates = Count("Invalidate");
+  struct Row {
+    TQelCustomController* controller;
+    std::function<void()> input;
+    int invalidates;
+  };
+  auto key = [&](uint16_t k) {
+    return [=] {
+      uint16_t pressed = k;
+      view->KeyDown(pressed, {});
+    };
+  };
+  const Row rows[] = {
+      {person.get(), key(VK_UP), 1},
+      {person.get(), key('Q'), 0},  // not bound
+      {person.get(), [&] { swallow = true; key(VK_UP)(); swallow = false; }, 0},
+      {&mouse, [&] { view->MouseDown(mbLeft, {ssLeft}, 10, 10); }, 0},
+      {&mouse, [&] { view->MouseMove({ssLeft}, 40, 10); }, 1},
+      {&mouse, [&] { view->MouseUp(mbLeft, {}, 40, 10); }, 0},
+      {&mouse, [&] { view->MouseMove({}, 70, 10); }, 0},
+  };
+  for (const Row& r : rows) {
+    view->SetController(r.controller);
+    *invalidates = 0;
+    r.input();
+    EXPECT_EQ(*invalidates, r.invalidates) << &r - rows;
+  }
+  // Walking forward brought the object one step nearer the camera at z 4.
+  EXPECT_FLOAT_EQ(object.GetTransformation()->GetTranslation()->GetZ(), 0.1f);
+  view->SetController(person.get());
+  person.reset();
   EXPECT_EQ(view->GetController(), nullptr);
 }
 
