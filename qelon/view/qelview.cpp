@@ -21,9 +21,6 @@ const char* const TQelStencilModeStr[4] = {"smDrawStencil", "smInvertStencil", "
 
 namespace {
 
-// Drawing modes.
-constexpr uint8_t kIdle = 0, kPainting = 1, kBitmap = 2, kSelecting = 3, kPointQuery = 4;
-
 std::vector<TQelView*>& ViewList() {
   static std::vector<TQelView*> list;
   return list;
@@ -212,11 +209,11 @@ bool TQelView::GetActive() const { return dc_ && rc_; }
 
 bool TQelView::GetCurrent() const {
   if (!GetActive()) return false;
-  return GetDrawingMode() == kBitmap || ws_->GetCurrentContext() == rc_;
+  return GetDrawingMode() == dmBitmap || ws_->GetCurrentContext() == rc_;
 }
 
 bool TQelView::MakeCurrentQuietly() {
-  if (GetDrawingMode() == kBitmap && memoryRC_) return ws_->MakeCurrent(memoryDC_, memoryRC_);
+  if (GetDrawingMode() == dmBitmap && memoryRC_) return ws_->MakeCurrent(memoryDC_, memoryRC_);
   return GetActive() && ws_->MakeCurrent(dc_, rc_);
 }
 
@@ -247,7 +244,7 @@ void TQelView::SetPixelFormat(TQelDeviceContext* dc) {
   TQelWindowSystem* ws = GetWindowSystem();
   PIXELFORMATDESCRIPTOR pfd = QelEmptyPixelFormat();
   const bool palette = CreateRGBPalette(dc);
-  if (GetDrawingMode() != kBitmap) {
+  if (GetDrawingMode() != dmBitmap) {
     const uint32_t flags = doubleBuffer_ ? PFD_DOUBLEBUFFER | PFD_DRAW_TO_WINDOW |
                                                PFD_SUPPORT_OPENGL | PFD_SWAP_COPY
                                          : PFD_DRAW_TO_WINDOW | PFD_SUPPORT_OPENGL;
@@ -306,9 +303,9 @@ bool TQelView::CreateRGBPalette(TQelDeviceContext* dc) {
 
 void TQelView::Paint() {
   if (!GetActive()) return;
-  const uint8_t previous = GetDrawingMode();
+  const TQelDrawingMode previous = GetDrawingMode();
   TScopeExit restore([&] { SetDrawingMode(previous); });
-  SetDrawingMode(kPainting);
+  SetDrawingMode(dmPaint);
   RenderScene();
 }
 
@@ -334,9 +331,9 @@ void TQelView::RenderScene() {
   SetLastRenderedAttributes(nullptr);
   SetLastRenderedMaterial(nullptr);
   RenderSceneGL();
-  const uint8_t mode = GetDrawingMode();
+  const TQelDrawingMode mode = GetDrawingMode();
   // Also with a single buffer: the window system shows what was drawn.
-  if (mode == kPainting || mode == kBitmap || mode > kPointQuery) ws_->SwapBuffers(dc_);
+  if (mode == dmPaint || mode == dmBitmap || mode > dmPointQuery) ws_->SwapBuffers(dc_);
 }
 
 void TQelView::RenderSceneGL() {
@@ -544,13 +541,13 @@ bool TQelView::GetPoint(int32_t x, int32_t y, TQelMathVector& point) {
   if (!GetActive()) return false;
   const bool wasCurrent = GetCurrent();
   if (!wasCurrent) SetCurrent(true);
-  const uint8_t previous = GetDrawingMode();
+  const TQelDrawingMode previous = GetDrawingMode();
   TScopeExit restore([&] {
     SetDrawingMode(previous);
     if (!wasCurrent) SetCurrent(false);
   });
   SetSelectPosition(x, y);
-  SetDrawingMode(kPointQuery);
+  SetDrawingMode(dmPointQuery);
   StoreWindowSize();
   if (camera_) camera_->Render(this);
   RenderSceneGL();  // no swap
@@ -625,7 +622,7 @@ bool TQelView::GetImage(TBitmap& bitmap) {
   const int width = bitmap.GetWidth(), height = bitmap.GetHeight();
   if (width <= 0 || height <= 0) return false;
 
-  const uint8_t previous = GetDrawingMode();
+  const TQelDrawingMode previous = GetDrawingMode();
   const int32_t clientWidth = GetClientWidth(), clientHeight = GetClientHeight();
   TScopeExit restore([&] {
     // Without a window context to share with, the lists recorded here die
@@ -641,7 +638,7 @@ bool TQelView::GetImage(TBitmap& bitmap) {
     // WinTo3D goes on with the window's last frame.
     StoreClientSize(clientWidth, clientHeight);
   });
-  SetDrawingMode(kBitmap);
+  SetDrawingMode(dmBitmap);
   // A new context: textures upload again, appearance is applied in full.
   InvalidateTextures();
   SetLastRenderedAttributes(nullptr);
@@ -663,12 +660,12 @@ TQelMathVector TQelView::ProjectVector(TQelTransformed* render, const TQelMathVe
 }
 
 bool TQelView::GetPushNames() const {
-  const uint8_t mode = GetDrawingMode();
-  return mode == kIdle || mode == kSelecting || mode == kPointQuery;
+  const TQelDrawingMode mode = GetDrawingMode();
+  return mode == dmIdle || mode == dmSelect || mode == dmPointQuery;
 }
 
 void TQelView::SubChange(TObject* Sender) {
-  if (GetDrawingMode() == kIdle) InvalidateGL();
+  if (GetDrawingMode() == dmIdle) InvalidateGL();
 }
 
 void TQelView::Notification(TComponent* AComponent, TOperation Operation) {

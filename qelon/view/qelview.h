@@ -110,7 +110,7 @@ public:
   const std::string& GetPixelFormatError() const { return pixelFormatError_; }
 
   // --- Painting -------------------------------------------------------------
-  // When active: drawing mode 1, RenderScene, then the previous mode.
+  // When active: dmPaint, RenderScene, then the previous mode.
   void Paint();
   // When active, asks the window for a repaint.
   void InvalidateGL();
@@ -185,7 +185,7 @@ public:
 
   // --- Window and scene coordinates ------------------------------------------
   // The scene point under window pixel (x, y) (y down): renders the pick
-  // region around it (drawing mode 4, no swap) and unprojects its depth.
+  // region around it (dmPointQuery, no swap) and unprojects its depth.
   // False when inactive or when the unprojection fails; over the
   // background the point lies on the far plane.
   bool GetPoint(int32_t x, int32_t y, TQelMathVector& point);
@@ -194,7 +194,7 @@ public:
   TQelMathVector WinTo3D(double x, double y, double z);
   // Scene to window (x, y down, depth); WinTo3D's inverse.
   TQelMathVector WinFrom3D(const TQelMathVector& vector);
-  // Renders the scene into bitmap at the bitmap's size (drawing mode 2) in
+  // Renders the scene into bitmap at the bitmap's size (dmBitmap) in
   // a context that shares lists with the view's; connects for the time
   // being when not connected. False for an empty bitmap.
   bool GetImage(TBitmap& bitmap);
