@@ -237,7 +237,21 @@ private:
   // Runs f with the context current, releasing it afterwards when it was
   // not current before; false (f not run) when inactive.
   template <typename F>
-  bool WithCurrent(F&& f);
+  bool WithCurrent(F&& f) {
+    if (!GetActive()) return false;
+    const bool wasCurrent = GetCurrent();
+    if (!wasCurrent) SetCurrent(true);
+    // Released also when f throws.
+    struct TRelease {
+      TQelView* view;
+      bool release;
+      ~TRelease() {
+        if (release) view->SetCurrent(false);
+      }
+    } restore{this, !wasCurrent};
+    f();
+    return true;
+  }
   void StoreWindowSize();
   void DropCachedLists();
   void WireCoordinates();
