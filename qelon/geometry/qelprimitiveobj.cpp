@@ -3,12 +3,10 @@
 #include <GL/gl.h>
 
 #include <algorithm>
-#include <array>
-#include <cmath>
-#include <cstring>
-#include <random>
-#include <string>
+#include <memory>
 #include <utility>
+
+#include "qelpointlabels.h"
 
 #include "qelon/appearance/qelattr.h"
 #include "qelon/appearance/qelmat.h"
@@ -19,207 +17,6 @@
 #include "qelon/scene/qelglstate.h"
 
 const char* const TQelStoreModeStr[3] = {"smDefault", "smPoints", "smAll"};
-
-namespace {
-
-constexpr int32_t kNormalLinkBit = TQelPrimitivePoints::NormalLinkBit;
-
-bool IsFaceKind(int32_t type) { return type >= GL_TRIANGLES && type <= GL_POLYGON; }
-
-TQelMathVector At(const double* array, uint32_t i) {
-  const double* p = array + 3 * static_cast<size_t>(i);
-  return {p[0], p[1], p[2]};
-}
-
-void Put(double* array, uint32_t i, const TQelMathVector& v) {
-  double* p = array + 3 * static_cast<size_t>(i);
-  p[0] = v.x;
-  p[1] = v.y;
-  p[2] = v.z;
-}
-
-TQelMathVector Plus(const TQelMathVector& a, const TQelMathVector& b) {
-  return {a.x + b.x, a.y + b.y, a.z + b.z};
-}
-
-TQelMathVector Times(const TQelMathVector& a, double s) { return {a.x * s, a.y * s, a.z * s}; }
-
-// --- the coincidence search ------------------------------------------------
-
-struct KeyedPoint {
-  uint64_t key;
-  int32_t point;
-};
-
-// Ascending by key, equal keys in their original order. Radix passes of 11
-// bits over the bits the largest key needs: linear, and reads and writes
-// sequentially, so a million points stay cheap.
-void SortByKey(std::vector<KeyedPoint>& v) {
-  if (v.size() < 512) {
-    std::stable_sort(v.begin(), v.end(),
-                     [](const KeyedPoint& a, const KeyedPoint& b) { return a.key < b.key; });
-    return;
-  }
-  uint64_t maxKey = 0;
-  for (const KeyedPoint& k : v) maxKey = std::max(maxKey, k.key);
-  constexpr int kBits = 11;
-  constexpr size_t kBuckets = size_t(1) << kBits;
-  std::vector<KeyedPoint> tmp(v.size());
-  std::vector<size_t> start(kBuckets);
-  for (int shift = 0; shift < 64 && (maxKey >> shift) != 0; shift += kBits) {
-    std::fill(start.begin(), start.end(), 0);
-    for (const KeyedPoint& k : v) ++start[(k.key >> shift) & (kBuckets - 1)];
-    size_t sum = 0;
-    for (size_t& s : start) sum += std::exchange(s, sum);
-    for (const KeyedPoint& k : v) tmp[start[(k.key >> shift) & (kBuckets - 1)]++] = k;
-    v.swap(tmp);
-  }
-}
-
-uint64_t KeyDistance(uint64_t a, uint64_t b) { return a > b ? a - b : b - a; }
-
-// The key of a squared distance: round(d2 / tolerance), saturated.
-uint64_t DistanceKey(double d2) {
-  const double q = d2 / static_cast<double>(tolerance);
-  if (!(q < 9.0e18)) return UINT64_MAX;  // also NaN
-  return static_cast<uint64_t>(std::llround(q));
-}
-
-// Positions equal within the tolerance on every axis, as the store's EqualPos.
-bool SamePosition(const double* v, int32_t i, int32_t j) {
-  const double* a = v + 3 * static_cast<size_t>(i);
-  const double* b = v + 3 * static_cast<size_t>(j);
-  for (int k = 0; k < 3; ++k) {
-    const double d = std::fabs(a[k] - b[k]);
-    if (!(d < 1.0 && static_cast<float>(d) < tolerance)) return false;
-  }
-  return true;
-}
-
-std::minstd_rand& Random() {
-  static std::minstd_rand random(20250601u);
-  return random;
-}
-
-// master[i] for the points 0..count-1; candidates are the points whose flag
-// byte has the bit, or every point when bit is negative.
-void BuildMaster(const TQelPrimitivePoints& points, int32_t bit, iArray& master) {
-  const int32_t count = points.GetCount();
-  master.assign(static_cast<size_t>(std::max(count, 0)), -1);
-  const double* v = points.GetVertexArray();
-  const uint8_t* flags = points.GetFlagArray();
-  std::vector<KeyedPoint> order;
-  if (v && bit < 8 && (bit < 0 || flags)) {
-    const uint8_t mask = bit < 0 ? 0 : uint8_t(1u << bit);
-    size_t n = 0;
-    for (int32_t i = 0; i < count; ++i) n += bit < 0 || (flags[i] & mask);
-    order.reserve(n);
-    for (int32_t i = 0; i < count; ++i)
-      if (bit < 0 || (flags[i] & mask)) order.push_back({0, i});
-  }
-  const size_t n = order.size();
-  if (n >= 2) {
-    std::uniform_int_distribution<int32_t> pick(0, count - 1);
-    TQelMathVector c;
-    for (int k = 0; k < 3; ++k) c = Plus(c, At(v, static_cast<uint32_t>(pick(Random()))));
-    c = Times(c, 1.0 / 3.0);
-    for (KeyedPoint& k : order) {
-      const double* p = v + 3 * static_cast<size_t>(k.point);
-      const double dx = p[0] - c.x, dy = p[1] - c.y, dz = p[2] - c.z;
-      k.key = DistanceKey(dx * dx + dy * dy + dz * dz);
-    }
-    SortByKey(order);
-    // Look back (wrapping round to the end) while the keys stay within 1 and
-    // no master is found; an equal earlier candidate lends its master, or
-    // becomes the master itself when it has none yet.
-    for (size_t k = 0; k < n; ++k) {
-      const int32_t current = order[k].point;
-      for (size_t j = (k + n - 1) % n; j != k && master[current] < 0; j = (j + n - 1) % n) {
-        if (KeyDistance(order[j].key, order[k].key) > 1) break;
-        const int32_t earlier = order[j].point;
-        if (SamePosition(v, earlier, current))
-          master[current] = master[earlier] >= 0 ? master[earlier] : earlier;
-      }
-      if (master[current] < 0) master[current] = current;
-    }
-  }
-  for (int32_t i = 0; i < count; ++i)
-    if (master[i] < 0) master[i] = i;
-}
-
-// --- faces -------------------------------------------------------------------
-
-// Calls fn(corners, n) for every face of a face list, with its corners in
-// the order GL draws them; faces with an index outside the store are left
-// out.
-template <typename Fn>
-void ForEachFace(const TQelPrimitiveArray& array, int32_t pointCount, Fn fn) {
-  const uint32_t* i = array.GetIndexArray();
-  const int32_t n = array.GetCount();
-  if (!i || n <= 0) return;
-  const uint32_t limit = static_cast<uint32_t>(std::max(pointCount, 0));
-  auto face = [&](std::initializer_list<uint32_t> c) {
-    for (uint32_t p : c)
-      if (p >= limit) return;
-    fn(c.begin(), static_cast<int32_t>(c.size()));
-  };
-  switch (array.GetType()) {
-    case GL_TRIANGLES:
-      for (int32_t k = 0; k + 2 < n; k += 3) face({i[k], i[k + 1], i[k + 2]});
-      break;
-    case GL_TRIANGLE_STRIP:
-      for (int32_t k = 0; k + 2 < n; ++k)
-        if (k % 2 == 0)
-          face({i[k], i[k + 1], i[k + 2]});
-        else
-          face({i[k + 1], i[k], i[k + 2]});
-      break;
-    case GL_TRIANGLE_FAN:
-      for (int32_t k = 1; k + 1 < n; ++k) face({i[0], i[k], i[k + 1]});
-      break;
-    case GL_QUADS:
-      for (int32_t k = 0; k + 3 < n; k += 4) face({i[k], i[k + 1], i[k + 2], i[k + 3]});
-      break;
-    case GL_QUAD_STRIP:
-      for (int32_t k = 0; 2 * k + 3 < n; ++k)
-        face({i[2 * k], i[2 * k + 1], i[2 * k + 3], i[2 * k + 2]});
-      break;
-    case GL_POLYGON: {
-      if (n < 3) break;
-      for (int32_t k = 0; k < n; ++k)
-        if (i[k] >= limit) return;
-      fn(i, n);
-      break;
-    }
-    default:
-      break;
-  }
-}
-
-// The area-weighted normal of a face (twice its area long), after Newell.
-TQelMathVector FaceArea(const double* v, const uint32_t* c, int32_t n) {
-  TQelMathVector s;
-  for (int32_t k = 0; k < n; ++k) {
-    const TQelMathVector p = At(v, c[k]), q = At(v, c[(k + 1) % n]);
-    s.x += (p.y - q.y) * (p.z + q.z);
-    s.y += (p.z - q.z) * (p.x + q.x);
-    s.z += (p.x - q.x) * (p.y + q.y);
-  }
-  return s;
-}
-
-// --- seven-segment digits for point labels ----------------------------------
-
-// Segments a..g as (x0, y0, x1, y1) in a cell 1 wide and 2 high.
-constexpr double kSegments[7][4] = {
-    {0, 2, 1, 2}, {1, 2, 1, 1}, {1, 1, 1, 0}, {0, 0, 1, 0},
-    {0, 0, 0, 1}, {0, 1, 0, 2}, {0, 1, 1, 1},
-};
-// Bit s set = segment s lit; digits 0..9, then '-'.
-constexpr uint8_t kDigitSegments[11] = {0x3F, 0x06, 0x5B, 0x4F, 0x66, 0x6D,
-                                        0x7D, 0x07, 0x7F, 0x6F, 0x40};
-
-}  // namespace
 
 // --- lifecycle -----------------------------------------------------------------
 
@@ -304,9 +101,7 @@ bool TQelPrimitiveObj::GetTextured() const { return points_->GetUseArrays().Cont
 void TQelPrimitiveObj::SetTextured(bool value) {
   Quietly([&] {
     const TQelArrays use = points_->GetUseArrays();
-    points_->OnChange = nullptr;
-    points_->SetUseArrays(value ? use + daTexture : use - daTexture);
-    WirePoints();
+    WithQuietStore([&] { points_->SetUseArrays(value ? use + daTexture : use - daTexture); });
     if (points_->GetUseArrays() != use) changedQuietly_ = true;
     for (TQelPrimitiveArray* a : arrays_) a->SetTextured(value);
   });
@@ -438,148 +233,17 @@ void TQelPrimitiveObj::AddIndex(int32_t index, int32_t array) {
 // --- normals and texture coordinates ----------------------------------------------
 
 void TQelPrimitiveObj::CalcMaster(int32_t bit, iArray& master) {
-  // A bit outside the byte selects nobody: every point stands for itself.
-  BuildMaster(*points_, bit < 0 ? 8 : bit, master);
+  QelMeshCalcMaster(*points_, bit, master);
 }
 
 void TQelPrimitiveObj::CalcNormals() {
-  TQelPrimitivePoints& points = *points_;
-  if (!points.GetDefineArrays().Contains(daNormal)) {
-    points.OnChange = nullptr;
-    points.SetDefineArrays(points.GetDefineArrays() + daNormal);
-    WirePoints();
-  }
-  const int32_t count = points.GetCount();
-  double* normals = points.GetNormalArray();
-  if (!normals || count <= 0) return;
-
-  // Normals are written straight into the store, so linked editing never
-  // runs here; the link bit only decides which points share an accumulator.
-  iArray master;
-  CalcMaster(kNormalLinkBit, master);
-  for (int32_t i = 0; i < count; ++i) {
-    int32_t m = master[i];
-    for (int guard = 0; guard < 64 && master[m] != m; ++guard) m = master[m];
-    master[i] = m;
-  }
-  points.ClearArrays({daNormal});
-
-  std::vector<double> sum(3 * static_cast<size_t>(count), 0.0);
-  const uint32_t limit = static_cast<uint32_t>(count);
-  auto add = [&](uint32_t corner, const TQelMathVector& n) {
-    double* s = &sum[3 * static_cast<size_t>(master[corner])];
-    s[0] += n.x;
-    s[1] += n.y;
-    s[2] += n.z;
-  };
-  const double* v = points.GetVertexArray();
-  // The unit normal of (a, b, c), zero when degenerate or when a corner
-  // names no point.
-  auto normal = [&](uint32_t a, uint32_t b, uint32_t c) {
-    TQelMathVector n;
-    if (a < limit && b < limit && c < limit)
-      QelMathNormalVector(At(v, a), At(v, b), At(v, c), true, n);
-    return n;
-  };
-  auto addTriangle = [&](uint32_t a, uint32_t b, uint32_t c) {
-    const TQelMathVector n = normal(a, b, c);
-    if (n == ZEROVEC) return;
-    add(a, n);
-    add(b, n);
-    add(c, n);
-  };
-
-  for (const TQelPrimitiveArray* array : arrays_) {
-    const uint32_t* i = array->GetIndexArray();
-    const int32_t n = array->GetCount();
-    if (!v || !array->GetEnabled() || !i || n <= 0) continue;
-    switch (array->GetType()) {
-      case GL_TRIANGLES:
-        for (int32_t k = 0; k + 2 < n; k += 3) addTriangle(i[k], i[k + 1], i[k + 2]);
-        break;
-      case GL_TRIANGLE_STRIP:
-        for (int32_t k = 0; k + 2 < n; ++k)
-          if (k % 2 == 0)
-            addTriangle(i[k], i[k + 1], i[k + 2]);
-          else
-            addTriangle(i[k + 1], i[k], i[k + 2]);
-        break;
-      case GL_TRIANGLE_FAN:
-        for (int32_t k = 1; k + 1 < n; ++k) addTriangle(i[0], i[k], i[k + 1]);
-        break;
-      case GL_QUADS:
-        for (int32_t k = 0; k + 3 < n; k += 4) {
-          addTriangle(i[k], i[k + 1], i[k + 2]);
-          addTriangle(i[k + 2], i[k + 3], i[k]);
-        }
-        break;
-      case GL_QUAD_STRIP:
-        for (int32_t k = 0; 2 * k + 3 < n; ++k) {
-          const uint32_t* q = i + 2 * k;
-          if (q[0] >= limit || q[1] >= limit || q[2] >= limit || q[3] >= limit) continue;
-          // The first of three triangles of the quad that is not degenerate.
-          TQelMathVector f = normal(q[0], q[1], q[2]);
-          if (f == ZEROVEC) f = normal(q[0], q[3], q[2]);
-          if (f == ZEROVEC) f = normal(q[0], q[1], q[3]);
-          for (int c = 0; c < 4; ++c) add(q[c], f);
-        }
-        break;
-      case GL_POLYGON:
-        for (int32_t k = 0; k < n; ++k) addTriangle(i[k], i[(k + 1) % n], i[(k + 2) % n]);
-        break;
-      case GL_POINTS:
-      case GL_LINES:
-      case GL_LINE_LOOP:
-      case GL_LINE_STRIP:
-        for (int32_t k = 0; k < n; ++k)
-          if (i[k] < limit) add(i[k], {0, 0, 1});
-        break;
-      default:
-        break;
-    }
-  }
-
-  for (int32_t p = 0; p < count; ++p) {
-    const double* s = &sum[3 * static_cast<size_t>(master[p])];
-    TQelMathVector n{s[0], s[1], s[2]};
-    if (n == ZEROVEC) n = {0, 0, 1};
-    QelMathNormalize(n);
-    Put(normals, static_cast<uint32_t>(p), n);
-  }
+  WithQuietStore([&] { QelMeshCalcNormals(*points_, arrays_); });
 }
 
-void TQelPrimitiveObj::CalcTexturePoint(int32_t i) {
-  const uint8_t mode = textureFlags_->GetMode();
-  const double* v = points_->GetVertexArray();
-  double* t = points_->GetTextureArray();
-  if (mode < 1 || mode > 7 || !v || !t || i < 0 || i >= points_->GetCount()) return;
-  const TQelMathVector p = At(v, static_cast<uint32_t>(i));
-  const double sx = textureFlags_->GetScaleX(), dx = textureFlags_->GetShiftX();
-  const double sy = textureFlags_->GetScaleY(), dy = textureFlags_->GetShiftY();
-  double s = 0, u = 0;
-  switch (mode) {
-    case 1: s = p.x * sx + dx; break;
-    case 2: s = p.y * sx + dx; break;
-    case 3: s = p.z * sx + dx; break;
-    case 4: s = p.x * sx + dx; u = p.y * sy + dy; break;
-    case 5: s = p.y * sx + dx; u = p.z * sy + dy; break;
-    case 6: s = p.z * sx + dx; u = p.x * sy + dy; break;
-    case 7:
-      s = QelMathVectorDist(p, textureFlags_->GetParamVector()->GetAsMathVector()) * sx + dx;
-      break;
-  }
-  Put(t, static_cast<uint32_t>(i), {s, u, 0});
-}
+void TQelPrimitiveObj::CalcTexturePoint(int32_t i) { QelMeshCalcTexturePoint(*points_, *textureFlags_, i); }
 
 void TQelPrimitiveObj::CalcTexture() {
-  if (!points_->GetDefineArrays().Contains(daTexture)) {
-    points_->OnChange = nullptr;
-    points_->SetDefineArrays(points_->GetDefineArrays() + daTexture);
-    WirePoints();
-  }
-  const uint8_t mode = textureFlags_->GetMode();
-  if (mode < 1 || mode > 7) return;
-  for (int32_t i = 0; i < points_->GetCount(); ++i) CalcTexturePoint(i);
+  WithQuietStore([&] { QelMeshCalcTexture(*points_, *textureFlags_); });
 }
 
 // --- merging and editing --------------------------------------------------------------
@@ -590,9 +254,7 @@ int32_t TQelPrimitiveObj::AddPrimitiveObj(TQelPrimitiveObj* other) {
   if (!inited_) Init();
   int32_t offset = -1;
   Quietly([&] {
-    const auto pointsHandler = std::exchange(points_->OnChange, nullptr);
     offset = points_->Add(other->points_.get());
-    points_->OnChange = pointsHandler;
     const int32_t lists = other->GetPrimitiveCount();  // other may be this
     for (int32_t k = 0; k < lists; ++k) {
       const TQelPrimitiveArray* from = other->GetPrimitive(k);
@@ -606,248 +268,60 @@ int32_t TQelPrimitiveObj::AddPrimitiveObj(TQelPrimitiveObj* other) {
 
 void TQelPrimitiveObj::SplitTriangle(int32_t array, int32_t triangle) {
   TQelPrimitiveArray* a = GetPrimitive(array);
-  if (!a || a->GetType() != GL_TRIANGLES || triangle < 0 || 3 * int64_t(triangle) + 2 >= a->GetCount())
-    return;
-  const int32_t slot = 3 * triangle;
-  const uint32_t c[3] = {static_cast<uint32_t>(a->GetIndices(slot)),
-                         static_cast<uint32_t>(a->GetIndices(slot + 1)),
-                         static_cast<uint32_t>(a->GetIndices(slot + 2))};
-  const int32_t count = points_->GetCount();
-  for (uint32_t p : c)
-    if (p >= static_cast<uint32_t>(count)) return;
-
+  if (!a) return;
   Quietly([&] {
-    TQelPrimitivePoints& pts = *points_;
-    uint32_t mid[3];  // ab, bc, ca
-    for (int e = 0; e < 3; ++e) {
-      const int32_t p = static_cast<int32_t>(c[e]), q = static_cast<int32_t>(c[(e + 1) % 3]);
-      TQelMathVector m[3];
-      for (int kind = 0; kind < 3; ++kind)
-        QelMathVectorInterpolate(pts.GetVector(p, kind), pts.GetVector(q, kind), m[kind]);
-      const int32_t k = pts.Add(m[0], m[1], m[2]);
-      mid[e] = static_cast<uint32_t>(k);
-      if (float* col = pts.GetColorArray())
-        for (int ch = 0; ch < 4; ++ch) col[4 * k + ch] = 0.5f * (col[4 * p + ch] + col[4 * q + ch]);
-      if (uint8_t* e8 = pts.GetEdgeFlagArray()) e8[k] = GL_TRUE;
-      if (uint8_t* f = pts.GetFlagArray()) f[k] = f[p] & f[q];
-    }
-    const uint32_t ab = mid[0], bc = mid[1], ca = mid[2];
-    a->SetIndices(slot, c[0]);
-    a->SetIndices(slot + 1, ab);
-    a->SetIndices(slot + 2, ca);
-    for (uint32_t i : {ab, c[1], bc, ca, bc, c[2], ab, bc, ca}) a->AddIndex(i);
-    changedQuietly_ = true;
+    if (QelMeshSplitTriangle(*points_, *a, triangle)) changedQuietly_ = true;
   });
 }
 
 void TQelPrimitiveObj::Invert() {
   Quietly([&] {
-    for (TQelPrimitiveArray* a : arrays_) a->Invert();
+    QelMeshInvert(arrays_);
     changedQuietly_ = true;
   });
 }
 
 int32_t TQelPrimitiveObj::GetNearPoint(int32_t array, const TQelMathVector& position) const {
   const TQelPrimitiveArray* a = GetPrimitive(array);
-  const double* v = points_->GetVertexArray();
-  if (!a || !v || a->GetCount() <= 0) return -1;
-  const uint32_t* idx = a->GetIndexArray();
-  const uint32_t limit = static_cast<uint32_t>(points_->GetCount());
-  double best = 1.7e308;
-  int32_t found = -1;
-  for (int32_t k = 0; k < a->GetCount(); ++k) {
-    if (idx[k] >= limit) continue;
-    const double d = QelMathVectorDist(At(v, idx[k]), position);
-    if (d < best) {
-      best = d;
-      found = static_cast<int32_t>(idx[k]);
-    }
-  }
-  return found;
+  return a ? QelMeshGetNearPoint(*points_, *a, position) : -1;
 }
 
 void TQelPrimitiveObj::FreePoints(int32_t i, int32_t n) {
-  const int32_t count = points_->GetCount();
-  if (i < 0 || i >= count || n <= 0) return;
-  n = std::min(n, count - i);
-  points_->Delete(i, n);
-  const uint32_t above = static_cast<uint32_t>(i + n);
-  for (TQelPrimitiveArray* a : arrays_) {
-    uint32_t* idx = a->GetIndexArray();
-    for (int32_t k = 0; k < a->GetCount(); ++k)
-      if (idx[k] >= above) idx[k] -= static_cast<uint32_t>(n);
-  }
-  Changed();
+  if (QelMeshFreePoints(*points_, arrays_, i, n)) Changed();
 }
 
 void TQelPrimitiveObj::FreeUnusedPoints() {
-  TQelPrimitivePoints& pts = *points_;
-  const int32_t count = pts.GetCount();
-  if (count <= 0) return;
-  std::vector<uint8_t> used(static_cast<size_t>(count), 0);
-  for (const TQelPrimitiveArray* a : arrays_) {
-    if (!a->GetEnabled()) continue;
-    const uint32_t* idx = a->GetIndexArray();
-    for (int32_t k = 0; k < a->GetCount(); ++k)
-      if (idx[k] < static_cast<uint32_t>(count)) used[idx[k]] = 1;
-  }
-  // The same result as removing each unused point from the highest down,
-  // in one pass: every index drops by the number of removed points below it.
-  std::vector<uint32_t> removedBelow(static_cast<size_t>(count) + 1, 0);
-  for (int32_t p = 0; p < count; ++p) removedBelow[p + 1] = removedBelow[p] + !used[p];
-  const uint32_t removed = removedBelow[count];
-  if (removed == 0) return;
-  for (TQelPrimitiveArray* a : arrays_) {
-    uint32_t* idx = a->GetIndexArray();
-    for (int32_t k = 0; k < a->GetCount(); ++k)
-      idx[k] -= idx[k] < static_cast<uint32_t>(count) ? removedBelow[idx[k]] : removed;
-  }
-  auto compact = [&](auto* data, size_t width) {
-    if (!data) return;
-    size_t to = 0;
-    for (int32_t p = 0; p < count; ++p)
-      if (used[p]) {
-        std::memmove(data + to * width, data + static_cast<size_t>(p) * width, width * sizeof(*data));
-        ++to;
-      }
-  };
-  compact(pts.GetVertexArray(), 3);
-  compact(pts.GetNormalArray(), 3);
-  compact(pts.GetTextureArray(), 3);
-  compact(pts.GetColorArray(), 4);
-  compact(pts.GetEdgeFlagArray(), 1);
-  compact(pts.GetFlagArray(), 1);
-  const int32_t kept = count - static_cast<int32_t>(removed);
-  pts.Delete(kept, count - kept);  // the tail: Size stays as it is
-  Changed();
+  if (QelMeshFreeUnusedPoints(*points_, arrays_)) Changed();
 }
 
-void TQelPrimitiveObj::GetOpenEdges(TQelEdgeArray& edges) {
-  edges.clear();
-  iArray master;
-  BuildMaster(*points_, -1, master);
-  struct Side {
-    uint64_t key;
-    uint32_t order;
-    TQelEdge edge;
-  };
-  std::vector<Side> sides;
-  iArray corners;
-  const int32_t count = points_->GetCount();
-  for (const TQelPrimitiveArray* a : arrays_) {
-    if (!a->GetEnabled() || !IsFaceKind(a->GetType())) continue;
-    ForEachFace(*a, count, [&](const uint32_t* c, int32_t n) {
-      corners.resize(static_cast<size_t>(n));
-      for (int32_t k = 0; k < n; ++k) corners[k] = master[c[k]];
-      std::sort(corners.begin(), corners.end());
-      if (std::adjacent_find(corners.begin(), corners.end()) != corners.end()) return;  // degenerate
-      for (int32_t k = 0; k < n; ++k) {
-        const uint32_t p = static_cast<uint32_t>(master[c[k]]);
-        const uint32_t q = static_cast<uint32_t>(master[c[(k + 1) % n]]);
-        const uint64_t key = (uint64_t(std::min(p, q)) << 32) | std::max(p, q);
-        sides.push_back({key, static_cast<uint32_t>(sides.size()),
-                         {static_cast<int32_t>(c[k]), static_cast<int32_t>(c[(k + 1) % n])}});
-      }
-    });
-  }
-  std::sort(sides.begin(), sides.end(),
-            [](const Side& x, const Side& y) { return x.key < y.key || (x.key == y.key && x.order < y.order); });
-  std::vector<const Side*> open;
-  for (size_t k = 0; k < sides.size();) {
-    size_t end = k;
-    while (end < sides.size() && sides[end].key == sides[k].key) ++end;
-    if (end - k == 1) open.push_back(&sides[k]);
-    k = end;
-  }
-  std::sort(open.begin(), open.end(), [](const Side* x, const Side* y) { return x->order < y->order; });
-  for (const Side* s : open) edges.push_back(s->edge);
-}
+void TQelPrimitiveObj::GetOpenEdges(TQelEdgeArray& edges) { QelMeshGetOpenEdges(*points_, arrays_, edges); }
 
 // --- extrusion -------------------------------------------------------------------------
 
 void TQelPrimitiveObj::ExtrudeByVec(const TQelMathVector& vector, TQelTexture* wallTexture) {
-  if (vector == ZEROVEC || !points_->GetVertexArray()) return;
-  const int32_t count = points_->GetCount();
-  std::vector<TQelPrimitiveArray*> faces;
-  TQelMathVector front;
-  for (TQelPrimitiveArray* a : arrays_) {
-    if (!a->GetEnabled() || !IsFaceKind(a->GetType())) continue;
-    faces.push_back(a);
-    const double* v = points_->GetVertexArray();
-    ForEachFace(*a, count, [&](const uint32_t* c, int32_t n) { front = Plus(front, FaceArea(v, c, n)); });
-  }
-  TQelEdgeArray edges;
-  GetOpenEdges(edges);
-  if (faces.empty() || edges.empty()) return;
-  const bool towardsFront = QelMathDotProduct(front, vector) > 0;
-
   Quietly([&] {
-    TQelPrimitivePoints& pts = *points_;
-    const auto pointsHandler = std::exchange(pts.OnChange, nullptr);
-    if (wallTexture && !pts.GetDefineArrays().Contains(daTexture))
-      pts.SetDefineArrays(pts.GetDefineArrays() + daTexture);
-    if (wallTexture) pts.SetUseArrays(pts.GetUseArrays() + daTexture);
-
-    // The copy of the faces, offset by the vector.
-    const int32_t offset = pts.Add(&pts);
-    double* v = pts.GetVertexArray();
-    for (int32_t p = offset; p < offset + count; ++p)
-      Put(v, static_cast<uint32_t>(p), Plus(At(v, static_cast<uint32_t>(p)), vector));
-    for (TQelPrimitiveArray* from : faces) {
-      TQelPrimitiveArray* to = GetPrimitive(AddPrimitiveArray(from->GetType()));
-      to->Add(from, offset);
-      to->SetTexture(from->GetTexture());
-      to->SetMaterial(from->GetMaterial());
-      to->SetAttributes(from->GetAttributes());
-      to->SetTextured(from->GetTextured());
-      // The turned side: the original faces when the copy is the top.
-      TQelPrimitiveArray* turned = towardsFront ? from : to;
-      turned->Invert();
+    std::vector<std::unique_ptr<TQelPrimitiveArray>> added;
+    bool done = false;
+    WithQuietStore([&] { done = QelMeshExtrude(*points_, arrays_, vector, wallTexture, added); });
+    if (!done) return;
+    for (auto& a : added) {
+      WireArray(a.get());
+      WatchAppearance(a.get());
+      arrays_.push_back(a.release());
     }
-    if (double* n = pts.GetNormalArray()) {
-      const int32_t first = towardsFront ? 0 : offset;
-      for (int32_t p = first; p < first + count; ++p)
-        Put(n, static_cast<uint32_t>(p), Times(At(n, static_cast<uint32_t>(p)), -1));
-    }
-
-    // The walls: each runs against its edge's face on the original side.
-    TQelPrimitiveArray* wall = GetPrimitive(AddPrimitiveArray(GL_QUADS));
-    wall->SetTexture(wallTexture);
-    wall->SetTextured(wallTexture != nullptr);
-    for (const TQelEdge& e : edges) {
-      const TQelMathVector a = pts.GetVector(e.a, 0), b = pts.GetVector(e.b, 0);
-      std::array<TQelMathVector, 4> q;
-      if (towardsFront)
-        q = {a, b, Plus(b, vector), Plus(a, vector)};
-      else
-        q = {b, a, Plus(a, vector), Plus(b, vector)};
-      TQelMathVector normal;
-      if (QelMathNormalVector(q[0], q[1], q[2], true, normal) == 0)
-        QelMathNormalVector(q[0], q[2], q[3], true, normal);
-      static constexpr double kST[4][2] = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
-      for (int c = 0; c < 4; ++c) {
-        const int32_t k = pts.Add(q[c], normal, {kST[c][0], kST[c][1], 0});
-        if (uint8_t* f = pts.GetFlagArray()) f[k] = 0;
-        if (uint8_t* e8 = pts.GetEdgeFlagArray()) e8[k] = GL_TRUE;
-        wall->AddIndex(static_cast<uint32_t>(k));
-      }
-    }
-    pts.OnChange = pointsHandler;
+    // The wall takes the object's material and attributes.
+    arrays_.back()->SetMaterial(GetMaterial());
+    arrays_.back()->SetAttributes(GetAttributes());
     changedQuietly_ = true;
   });
 }
 
 void TQelPrimitiveObj::Extrude(double depth, TQelTexture* wallTexture) {
-  const double* v = points_->GetVertexArray();
-  if (!v || depth == 0) return;
-  TQelMathVector sum;
-  for (const TQelPrimitiveArray* a : arrays_)
-    if (a->GetEnabled() && IsFaceKind(a->GetType()))
-      ForEachFace(*a, points_->GetCount(),
-                  [&](const uint32_t* c, int32_t n) { sum = Plus(sum, FaceArea(v, c, n)); });
-  QelMathNormalize(sum);
-  if (sum == ZEROVEC) return;
-  ExtrudeByVec(Times(sum, depth), wallTexture);
+  if (depth == 0) return;
+  TQelMathVector front = QelMeshFrontVector(*points_, arrays_);
+  QelMathNormalize(front);
+  if (front == ZEROVEC) return;
+  ExtrudeByVec({front.x * depth, front.y * depth, front.z * depth}, wallTexture);
 }
 
 void TQelPrimitiveObj::ExtrudePrimitiveObj(TQelPrimitiveObj* source, double depth,
@@ -865,9 +339,7 @@ void TQelPrimitiveObj::ExtrudePrimitiveObj(TQelPrimitiveObj* source, double dept
     TQelPrimitiveArray* wall = GetPrimitive(GetPrimitiveCount() - 1);
     wall->SetTexture(wallTexture);
     wall->SetTextured(true);
-    const auto handler = std::exchange(points_->OnChange, nullptr);
-    points_->SetUseArrays(points_->GetUseArrays() + daTexture);
-    points_->OnChange = handler;
+    WithQuietStore([&] { points_->SetUseArrays(points_->GetUseArrays() + daTexture); });
   });
 }
 
@@ -875,29 +347,7 @@ void TQelPrimitiveObj::ExtrudePrimitiveObj(TQelPrimitiveObj* source, double dept
 
 void TQelPrimitiveObj::SetReliefBitmap(const TBitmap* bitmap, double scaleRed, double scaleGreen,
                                        double scaleBlue) {
-  double* v = points_->GetVertexArray();
-  const double* n = points_->GetNormalArray();
-  const double* t = points_->GetTextureArray();
-  if (!bitmap || bitmap->GetEmpty() || !v || !n || !t) return;
-  const int w = bitmap->GetWidth(), h = bitmap->GetHeight();
-  // Nearest pixel, repeating: floor(s * width) mod width, rows from the bottom.
-  auto wrap = [](double u, int size) {
-    double f = std::floor(u * size);
-    if (!std::isfinite(f)) return 0;
-    f = std::fmod(f, static_cast<double>(size));
-    if (f < 0) f += size;
-    return std::clamp(static_cast<int>(f), 0, size - 1);
-  };
-  for (int32_t p = 0; p < points_->GetCount(); ++p) {
-    const TQelMathVector st = At(t, static_cast<uint32_t>(p));
-    const int x = wrap(st.x, w), yUp = wrap(st.y, h);
-    const TColor c = bitmap->GetPixel(x, h - 1 - yUp);
-    const double lift = ((c & 0xFF) * scaleRed + ((c >> 8) & 0xFF) * scaleGreen +
-                         ((c >> 16) & 0xFF) * scaleBlue) / 255.0;
-    const uint32_t i = static_cast<uint32_t>(p);
-    Put(v, i, Plus(At(v, i), Times(At(n, i), lift)));
-  }
-  Changed();
+  if (bitmap && QelMeshSetReliefBitmap(*points_, *bitmap, scaleRed, scaleGreen, scaleBlue)) Changed();
 }
 
 // --- helper objects -------------------------------------------------------------------
@@ -910,7 +360,8 @@ TQelPrimitiveObj* TQelPrimitiveObj::CreateNormalVecObj(double length, TComponent
   const TQelMathVector up{0, 0, 1};
   for (int32_t p = 0; p < points_->GetCount(); ++p) {
     const TQelMathVector from = points_->GetVector(p, 0);
-    const TQelMathVector tip = Plus(from, Times(points_->GetVector(p, 1), length));
+    const TQelMathVector n = points_->GetVector(p, 1);
+    const TQelMathVector tip{from.x + length * n.x, from.y + length * n.y, from.z + length * n.z};
     list->AddIndex(static_cast<uint32_t>(to.Add(from, up, ZEROVEC)));
     list->AddIndex(static_cast<uint32_t>(to.Add(tip, up, ZEROVEC)));
   }
@@ -919,31 +370,8 @@ TQelPrimitiveObj* TQelPrimitiveObj::CreateNormalVecObj(double length, TComponent
 }
 
 TQelNode* TQelPrimitiveObj::CreateLabelNode(double size, TComponent* AOwner) {
-  auto* node = new TQelNode(AOwner);
+  TQelNode* node = QelCreatePointLabels(*points_, size, AOwner);
   node->SetTransformation(GetTransformation());
-  const double cell = size / 2;  // digit cells are half as wide as high
-  for (int32_t p = 0; p < points_->GetCount(); ++p) {
-    auto* label = new TQelPrimitiveObj(node);
-    const std::string text = std::to_string(p);
-    label->SetObjectName(text);
-    TQelPrimitivePoints& to = *label->GetPoints();
-    TQelPrimitiveArray* list = label->GetPrimitive(label->AddPrimitiveArray(GL_LINES));
-    const TQelMathVector at = points_->GetVector(p, 0);
-    for (size_t ch = 0; ch < text.size(); ++ch) {
-      const int digit = text[ch] == '-' ? 10 : text[ch] - '0';
-      const double left = at.x + ch * cell * 1.5;
-      for (int s = 0; s < 7; ++s) {
-        if (!(kDigitSegments[digit] & (1u << s))) continue;
-        for (int end = 0; end < 2; ++end) {
-          const TQelMathVector q{left + kSegments[s][2 * end] * cell,
-                                 at.y + kSegments[s][2 * end + 1] * cell, at.z};
-          list->AddIndex(static_cast<uint32_t>(to.Add(q, {0, 0, 1}, ZEROVEC)));
-        }
-      }
-    }
-    label->SetInited(true);
-    node->Add(label);
-  }
   return node;
 }
 
@@ -1037,8 +465,7 @@ void TQelPrimitiveObj::Assign(TPersistent* Source) {
     WireTextureFlags();
     inited_ = src->inited_;
     ClearAll();
-    points_->Assign(src->points_.get());
-    WirePoints();  // Assign hands over the source's handler
+    WithQuietStore([&] { points_->Assign(src->points_.get()); });  // Assign hands over the source's handler
     for (const TQelPrimitiveArray* from : src->arrays_) {
       TQelPrimitiveArray* to = GetPrimitive(AddPrimitiveArray(from->GetType()));
       to->Assign(const_cast<TQelPrimitiveArray*>(from));

@@ -7,6 +7,7 @@
 #include <memory>
 #include <vector>
 
+#include "qelon/geometry/qelmeshtools.h"
 #include "qelon/geometry/qelprimclasses.h"
 #include "qelon/math/qelmath.h"
 #include "qelon/scene/qelobj.h"
@@ -17,13 +18,6 @@ class TBitmap;
 // generated again on load), the point store too, or everything.
 enum TQelStoreMode { smDefault, smPoints, smAll };
 extern const char* const TQelStoreModeStr[3];
-
-// An edge from point a to point b, in the direction its face runs.
-struct TQelEdge {
-  int32_t a = -1, b = -1;
-  bool operator==(const TQelEdge&) const = default;
-};
-using TQelEdgeArray = std::vector<TQelEdge>;
 
 // Generation: Init runs ClearAll, InitPoints, CalcTexture, InitPrimitives,
 // sets Inited and raises OnAfterInit. The first render generates the mesh
@@ -115,7 +109,7 @@ public:
   // (0, 0, 1) when nothing was added.
   void CalcNormals();
   // The texture coordinate of point i from its position by TextureFlags.Mode
-  // (1..7); Mode 0 leaves it.
+  // (a TQelTextureMode); txStandard leaves it.
   void CalcTexturePoint(int32_t i);
   void CalcTexture();
 
@@ -228,6 +222,16 @@ private:
   // when anything changed.
   template <typename Fn>
   void Quietly(Fn fn);
+  // Runs fn with the store's change signal held back: the store's own
+  // signals never reach the object, which signals for the whole step
+  // itself (or, for the generation steps, not at all). The only place the
+  // store is unwired.
+  template <typename Fn>
+  void WithQuietStore(Fn fn) {
+    points_->OnChange = nullptr;
+    fn();
+    WirePoints();
+  }
   void FreeArray(TQelPrimitiveArray* array);
 
   std::unique_ptr<TQelPrimitivePoints> points_;

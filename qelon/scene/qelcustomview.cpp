@@ -1,5 +1,8 @@
 #include "qelcustomview.h"
 
+const char* const TQelDrawingModeStr[5] = {"dmIdle", "dmPaint", "dmBitmap", "dmSelect",
+                                           "dmPointQuery"};
+
 TQelCustomView::TQelCustomView(TComponent* AOwner) : TComponent(AOwner) {}
 
 TQelCustomView::~TQelCustomView() { Destroying(); }

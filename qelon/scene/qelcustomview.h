@@ -13,16 +13,21 @@ class TQelCamera;
 // and the number it passed along.
 using TQelNotifyNextID = std::function<void(TObject* Obj, int32_t num)>;
 
+// What the view is drawing for: nothing (between frames), its window, a
+// bitmap, a pick in GL selection mode, or a point query that reads depth
+// back. A value above dmPointQuery is kept as it is and counts as drawing
+// to a surface.
+enum TQelDrawingMode : uint8_t { dmIdle, dmPaint, dmBitmap, dmSelect, dmPointQuery };
+extern const char* const TQelDrawingModeStr[5];
+
 class TQelCustomView : public TComponent {
   QEL_CLASS(TQelCustomView)
 public:
   explicit TQelCustomView(TComponent* AOwner);
   ~TQelCustomView() override;
 
-  // 0 idle, 1 painting to the window, 2 rendering into a bitmap,
-  // 3 selection (picking), 4 point query.
-  uint8_t GetDrawingMode() const { return drawingMode_; }
-  void SetDrawingMode(uint8_t mode) { drawingMode_ = mode; }
+  TQelDrawingMode GetDrawingMode() const { return drawingMode_; }
+  void SetDrawingMode(TQelDrawingMode mode) { drawingMode_ = mode; }
 
   // Whether objects push GL selection names while this view draws. Any view
   // other than the window view always has them pushed; the window view
@@ -52,7 +57,7 @@ public:
 
   // The pick region: the window position (pixels, y down) picking and point
   // queries look at, and its size (default 5 by 5), which the camera
-  // applies in drawing modes 3 and 4.
+  // applies in dmSelect and dmPointQuery.
   int32_t GetSelectX() const { return selectX_; }
   int32_t GetSelectY() const { return selectY_; }
   int32_t GetSelectWidth() const { return selectWidth_; }
@@ -75,7 +80,7 @@ protected:
   }
 
 private:
-  uint8_t drawingMode_ = 0;
+  TQelDrawingMode drawingMode_ = dmIdle;
   int32_t nextID_ = 0;
   int32_t clientWidth_ = 0, clientHeight_ = 0;
   int32_t selectX_ = 0, selectY_ = 0;

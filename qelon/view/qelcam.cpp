@@ -118,8 +118,8 @@ void TQelCamera::Render(TQelCustomView* view) {
 
   glMatrixMode(GL_PROJECTION);
   glLoadIdentity();
-  const uint8_t mode = view->GetDrawingMode();
-  if (mode == 3 || mode == 4) {
+  const TQelDrawingMode mode = view->GetDrawingMode();
+  if (mode == dmSelect || mode == dmPointQuery) {
     GLint viewport[4];
     glGetIntegerv(GL_VIEWPORT, viewport);
     gluPickMatrix(view->GetSelectX(), viewport[3] - view->GetSelectY(), view->GetSelectWidth(),

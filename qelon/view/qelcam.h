@@ -71,8 +71,8 @@ public:
   bool GetEnableViewport() const { return enableViewport_; }
   void SetEnableViewport(bool value);
 
-  // Sets the viewport, the projection (with the pick region in drawing
-  // modes 3 and 4) and the viewing transformation for view, and keeps the
+  // Sets the viewport, the projection (with the pick region in dmSelect and
+  // dmPointQuery) and the viewing transformation for view, and keeps the
   // resulting modelview matrix as the projection matrix. Nothing for none.
   virtual void Render(TQelCustomView* view);
   // Multiplies the projection of a viewport of width by height pixels onto

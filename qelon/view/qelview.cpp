@@ -22,9 +22,6 @@ const char* const TQelStencilModeStr[4] = {"smDrawStencil", "smInvertStencil", "
 
 namespace {
 
-// Drawing modes.
-constexpr uint8_t kIdle = 0, kPainting = 1, kBitmap = 2, kSelecting = 3, kPointQuery = 4;
-
 std::vector<TQelView*>& ViewList() {
   static std::vector<TQelView*> list;
   return list;
@@ -213,24 +210,12 @@ bool TQelView::GetActive() const { return dc_ && rc_; }
 
 bool TQelView::GetCurrent() const {
   if (!GetActive()) return false;
-  return GetDrawingMode() == kBitmap || ws_->GetCurrentContext() == rc_;
+  return GetDrawingMode() == dmBitmap || ws_->GetCurrentContext() == rc_;
 }
 
 bool TQelView::MakeCurrentQuietly() {
-  if (GetDrawingMode() == kBitmap && memoryRC_) return ws_->MakeCurrent(memoryDC_, memoryRC_);
+  if (GetDrawingMode() == dmBitmap && memoryRC_) return ws_->MakeCurrent(memoryDC_, memoryRC_);
   return GetActive() && ws_->MakeCurrent(dc_, rc_);
-}
-
-template <typename F>
-bool TQelView::WithCurrent(F&& f) {
-  if (!GetActive()) return false;
-  const bool wasCurrent = GetCurrent();
-  if (!wasCurrent) SetCurrent(true);
-  TScopeExit restore([&] {
-    if (!wasCurrent) SetCurrent(false);
-  });
-  f();
-  return true;
 }
 
 void TQelView::SetCurrent(bool value) {
@@ -248,7 +233,7 @@ void TQelView::SetPixelFormat(TQelDeviceContext* dc) {
   TQelWindowSystem* ws = GetWindowSystem();
   PIXELFORMATDESCRIPTOR pfd = QelEmptyPixelFormat();
   const bool palette = CreateRGBPalette(dc);
-  if (GetDrawingMode() != kBitmap) {
+  if (GetDrawingMode() != dmBitmap) {
     const uint32_t flags = doubleBuffer_ ? PFD_DOUBLEBUFFER | PFD_DRAW_TO_WINDOW |
                                                PFD_SUPPORT_OPENGL | PFD_SWAP_COPY
                                          : PFD_DRAW_TO_WINDOW | PFD_SUPPORT_OPENGL;
@@ -307,9 +292,9 @@ bool TQelView::CreateRGBPalette(TQelDeviceContext* dc) {
 
 void TQelView::Paint() {
   if (!GetActive()) return;
-  const uint8_t previous = GetDrawingMode();
+  const TQelDrawingMode previous = GetDrawingMode();
   TScopeExit restore([&] { SetDrawingMode(previous); });
-  SetDrawingMode(kPainting);
+  SetDrawingMode(dmPaint);
   RenderScene();
 }
 
@@ -335,9 +320,9 @@ void TQelView::RenderScene() {
   SetLastRenderedAttributes(nullptr);
   SetLastRenderedMaterial(nullptr);
   RenderSceneGL();
-  const uint8_t mode = GetDrawingMode();
+  const TQelDrawingMode mode = GetDrawingMode();
   // Also with a single buffer: the window system shows what was drawn.
-  if (mode == kPainting || mode == kBitmap || mode > kPointQuery) ws_->SwapBuffers(dc_);
+  if (mode == dmPaint || mode == dmBitmap || mode > dmPointQuery) ws_->SwapBuffers(dc_);
 }
 
 void TQelView::RenderSceneGL() {
@@ -416,103 +401,6 @@ void TQelView::SetController(TQelCustomController* value) {
   if (!value->GetCamera()) value->SetCamera(camera_);
 }
 
-void TQelView::SetDrawValues(TQelDrawValues value) {
-  WithCurrent([&] {
-    glColorMask(value.Contains(dvRed), value.Contains(dvGreen), value.Contains(dvBlue),
-                value.Contains(dvAlpha));
-    glDepthMask(value.Contains(dvDepth));
-    drawValues_ = value;
-    UpdateStencilSettings();
-  });
-  drawValues_ = value;
-}
-
-void TQelView::SetDepthTestEnabled(bool value) {
-  WithCurrent([&] {
-    glDepthFunc(value ? GL_LESS : GL_ALWAYS);
-    depthTestEnabled_ = value;
-    UpdateStencilSettings();
-  });
-  depthTestEnabled_ = value;
-}
-
-void TQelView::SetStencilTestEnabled(bool value) {
-  stencilTestEnabled_ = value;
-  UpdateStencilSettings();
-}
-
-void TQelView::SetStencilReference(int32_t value) {
-  if (value == stencilReference_) return;
-  stencilReference_ = value;
-  UpdateStencilSettings();
-}
-
-void TQelView::SetStencilMask(uint32_t value) {
-  stencilMask_ = value;
-  UpdateStencilSettings();
-}
-
-void TQelView::SetStencilTest(uint32_t value) {
-  stencilTest_ = value;
-  UpdateStencilSettings();
-}
-
-void TQelView::SetStencilOp(TQelStencilOp value) {
-  if (value == stencilOp_ || value < soRef || value > soInvert) return;
-  stencilOp_ = value;
-  UpdateStencilSettings();
-}
-
-void TQelView::UpdateStencilSettings() {
-  WithCurrent([this] { ApplyStencilSettings(); });
-}
-
-void TQelView::ApplyStencilSettings() {
-  bool enable = false;
-  GLenum passOp = GL_KEEP;
-  if (drawValues_.Contains(dvStencil)) {
-    passOp = stencilOp_ == soInvert ? GL_INVERT : GL_REPLACE;
-    enable = true;
-  }
-  const GLenum depthFailOp = depthTestEnabled_ ? GL_KEEP : passOp;
-  GLenum failOp, function;
-  if (stencilTestEnabled_) {
-    failOp = GL_KEEP;
-    function = stencilTest_;
-    enable = true;
-  } else {
-    failOp = depthFailOp;
-    function = GL_ALWAYS;
-  }
-  glStencilFunc(function, stencilReference_, stencilMask_);
-  glStencilOp(failOp, depthFailOp, passOp);
-  if (enable)
-    glEnable(GL_STENCIL_TEST);
-  else
-    glDisable(GL_STENCIL_TEST);
-}
-
-void TQelView::SetStencilMode(TQelStencilMode mode) {
-  switch (mode) {
-    case smDrawStencil:
-    case smInvertStencil:
-      SetStencilTestEnabled(false);
-      SetStencilReference(1);
-      SetStencilOp(mode == smDrawStencil ? soRef : soInvert);
-      SetDepthTestEnabled(false);
-      SetDrawValues({dvStencil});
-      break;
-    case smApplyStencil:
-    case smIgnoreStencil:
-      // Alpha is left out of the colour channels here on purpose.
-      SetStencilTestEnabled(mode == smApplyStencil);
-      SetStencilReference(1);
-      SetDepthTestEnabled(true);
-      SetDrawValues({dvRed, dvBlue, dvGreen, dvDepth});
-      break;
-  }
-}
-
 // --- Input ---------------------------------------------------------------------------------
 // The user's event first, then the controller; a controller that moved
 // something repaints the view (a moved object does not repaint by itself).
@@ -551,13 +439,13 @@ bool TQelView::GetPoint(int32_t x, int32_t y, TQelMathVector& point) {
   if (!GetActive()) return false;
   const bool wasCurrent = GetCurrent();
   if (!wasCurrent) SetCurrent(true);
-  const uint8_t previous = GetDrawingMode();
+  const TQelDrawingMode previous = GetDrawingMode();
   TScopeExit restore([&] {
     SetDrawingMode(previous);
     if (!wasCurrent) SetCurrent(false);
   });
   SetSelectPosition(x, y);
-  SetDrawingMode(kPointQuery);
+  SetDrawingMode(dmPointQuery);
   StoreWindowSize();
   if (camera_) camera_->Render(this);
   RenderSceneGL();  // no swap
@@ -632,7 +520,7 @@ bool TQelView::GetImage(TBitmap& bitmap) {
   const int width = bitmap.GetWidth(), height = bitmap.GetHeight();
   if (width <= 0 || height <= 0) return false;
 
-  const uint8_t previous = GetDrawingMode();
+  const TQelDrawingMode previous = GetDrawingMode();
   const int32_t clientWidth = GetClientWidth(), clientHeight = GetClientHeight();
   TScopeExit restore([&] {
     // Without a window context to share with, the lists recorded here die
@@ -648,7 +536,7 @@ bool TQelView::GetImage(TBitmap& bitmap) {
     // WinTo3D goes on with the window's last frame.
     StoreClientSize(clientWidth, clientHeight);
   });
-  SetDrawingMode(kBitmap);
+  SetDrawingMode(dmBitmap);
   // A new context: textures upload again, appearance is applied in full.
   InvalidateTextures();
   SetLastRenderedAttributes(nullptr);
@@ -670,12 +558,12 @@ TQelMathVector TQelView::ProjectVector(TQelTransformed* render, const TQelMathVe
 }
 
 bool TQelView::GetPushNames() const {
-  const uint8_t mode = GetDrawingMode();
-  return mode == kIdle || mode == kSelecting || mode == kPointQuery;
+  const TQelDrawingMode mode = GetDrawingMode();
+  return mode == dmIdle || mode == dmSelect || mode == dmPointQuery;
 }
 
 void TQelView::SubChange(TObject* Sender) {
-  if (GetDrawingMode() == kIdle) InvalidateGL();
+  if (GetDrawingMode() == dmIdle) InvalidateGL();
 }
 
 void TQelView::Notification(TComponent* AComponent, TOperation Operation) {

@@ -111,7 +111,7 @@ public:
   const std::string& GetPixelFormatError() const { return pixelFormatError_; }
 
   // --- Painting -------------------------------------------------------------
-  // When active: drawing mode 1, RenderScene, then the previous mode.
+  // When active: dmPaint, RenderScene, then the previous mode.
   void Paint();
   // When active, asks the window for a repaint.
   void InvalidateGL();
@@ -186,7 +186,7 @@ public:
 
   // --- Window and scene coordinates ------------------------------------------
   // The scene point under window pixel (x, y) (y down): renders the pick
-  // region around it (drawing mode 4, no swap) and unprojects its depth.
+  // region around it (dmPointQuery, no swap) and unprojects its depth.
   // False when inactive or when the unprojection fails; over the
   // background the point lies on the far plane.
   bool GetPoint(int32_t x, int32_t y, TQelMathVector& point);
@@ -195,7 +195,7 @@ public:
   TQelMathVector WinTo3D(double x, double y, double z);
   // Scene to window (x, y down, depth); WinTo3D's inverse.
   TQelMathVector WinFrom3D(const TQelMathVector& vector);
-  // Renders the scene into bitmap at the bitmap's size (drawing mode 2) in
+  // Renders the scene into bitmap at the bitmap's size (dmBitmap) in
   // a context that shares lists with the view's; connects for the time
   // being when not connected. False for an empty bitmap.
   bool GetImage(TBitmap& bitmap);
@@ -252,7 +252,21 @@ private:
   // Runs f with the context current, releasing it afterwards when it was
   // not current before; false (f not run) when inactive.
   template <typename F>
-  bool WithCurrent(F&& f);
+  bool WithCurrent(F&& f) {
+    if (!GetActive()) return false;
+    const bool wasCurrent = GetCurrent();
+    if (!wasCurrent) SetCurrent(true);
+    // Released also when f throws.
+    struct TRelease {
+      TQelView* view;
+      bool release;
+      ~TRelease() {
+        if (release) view->SetCurrent(false);
+      }
+    } restore{this, !wasCurrent};
+    f();
+    return true;
+  }
   void StoreWindowSize();
   void DropCachedLists();
   void WireCoordinates();

@@ -65,7 +65,7 @@ protected:
   void SetUp() override {
     QelGLTest::SetUp();
     view = std::make_unique<TModeView>(context.get());
-    view->SetDrawingMode(1);  // painting: no pick names
+    view->SetDrawingMode(dmPaint);  // no pick names
     glMatrixMode(GL_PROJECTION);
     glLoadIdentity();
     glOrtho(-4, 4, -4, 4, -10, 10);

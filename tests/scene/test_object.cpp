@@ -56,7 +56,7 @@ TEST_F(QelGLTest, TheWindowViewPushesNamesOnlyWhenIdleOrPicking) {
   TModeView view(context.get());
   TQelObject obj(nullptr);
   for (uint8_t mode = 0; mode <= 4; ++mode) {
-    view.SetDrawingMode(mode);
+    view.SetDrawingMode(TQelDrawingMode(mode));
     GLRecorder rec;
     obj.Render(&view);
     int expected = (mode == 0 || mode == 3 || mode == 4) ? 1 : 0;
@@ -65,7 +65,7 @@ TEST_F(QelGLTest, TheWindowViewPushesNamesOnlyWhenIdleOrPicking) {
   }
   // Any other view always has names pushed.
   TTestView plain(context.get());
-  plain.SetDrawingMode(1);
+  plain.SetDrawingMode(dmPaint);
   GLRecorder rec;
   obj.Render(&plain);
   EXPECT_EQ(rec.Count("glPushName"), 1);

@@ -48,8 +48,8 @@ class TModeView : public TTestView {
 public:
   using TTestView::TTestView;
   bool GetPushNames() const override {
-    uint8_t m = GetDrawingMode();
-    return m == 0 || m == 3 || m == 4;
+    const TQelDrawingMode m = GetDrawingMode();
+    return m == dmIdle || m == dmSelect || m == dmPointQuery;
   }
 };
 

@@ -142,7 +142,7 @@ TEST_F(QelGLTest, PickingAndPointQueriesApplyThePickRegion) {
   view.Select(30, 40);
   view.SetSelectWidth(3);
   for (uint8_t mode : {0, 1, 2, 3, 4}) {
-    view.SetDrawingMode(mode);
+    view.SetDrawingMode(TQelDrawingMode(mode));
     GLRecorder rec;
     camera.Render(&view);
     const bool picking = mode == 3 || mode == 4;

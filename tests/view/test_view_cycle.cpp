@@ -83,7 +83,7 @@ TEST_F(ViewCycle, PaintRunsTheRenderCycleInOrderAndSwaps) {
   EXPECT_EQ(rec.Calls(), PaintCalls(64, 48));
   EXPECT_EQ(*swaps, 1);
   EXPECT_EQ(*releases, 1);
-  EXPECT_EQ(view->GetDrawingMode(), 0);
+  EXPECT_EQ(view->GetDrawingMode(), dmIdle);
   EXPECT_FALSE(view->GetCurrent());
   EXPECT_EQ(view->GetClientWidth(), 64);
   EXPECT_EQ(view->GetClientHeight(), 48);
@@ -94,11 +94,11 @@ TEST_F(ViewCycle, RenderSceneSwapsOnlyWhenPaintingOrDrawingABitmap) {
   int* swaps = Count("SwapBuffers");
   for (uint8_t mode : {0, 1, 2, 3, 4, 5}) {
     *swaps = 0;
-    view->SetDrawingMode(mode);
+    view->SetDrawingMode(TQelDrawingMode(mode));
     view->RenderScene();
     EXPECT_EQ(*swaps, mode == 0 || mode == 3 || mode == 4 ? 0 : 1) << int(mode);
   }
-  view->SetDrawingMode(0);
+  view->SetDrawingMode(dmIdle);
 }
 
 TEST_F(ViewCycle, EveryFrameStartsWithFreshAppearanceAndPickNames) {
@@ -114,7 +114,7 @@ TEST_F(ViewCycle, EveryFrameStartsWithFreshAppearanceAndPickNames) {
     lastName = v->GetLastID();
   };
   // Painting pushes no pick names; idle rendering does, from 1 each frame.
-  view->SetDrawingMode(0);
+  view->SetDrawingMode(dmIdle);
   view->RenderScene();
   view->RenderScene();
   EXPECT_EQ(lastName, 1);
@@ -410,7 +410,7 @@ TEST_F(ViewCycle, AContextThatCannotBeMadeCurrentRaisesButDoesNotPaint) {
   } catch (const EQelError& e) {
     EXPECT_STREQ(e.what(), "Call to OpenGL function wglMakeCurrent() failed.");
   }
-  EXPECT_EQ(view->GetDrawingMode(), 0);
+  EXPECT_EQ(view->GetDrawingMode(), dmIdle);
   ws->SetFailures({});
   view->Paint();
   EXPECT_EQ(renders, 1);

@@ -202,7 +202,7 @@ TEST_F(ViewImage, GetImageOfAnEmptyBitmapIsFalseAndLeavesTheViewAsItWas) {
   s.view->SetBackgroundColor(RGB(1, 2, 3));
   EXPECT_TRUE(s.view->GetImage(small));
   EXPECT_TRUE(s.view->GetActive());
-  EXPECT_EQ(s.view->GetDrawingMode(), 0);
+  EXPECT_EQ(s.view->GetDrawingMode(), dmIdle);
   EXPECT_EQ(small.GetPixel(39, 29), RGB(1, 2, 3));
 }
 
@@ -232,7 +232,7 @@ TEST_F(ViewPoint, GetPointFindsThePointOnAPlaneUnderThePixel) {
     EXPECT_NEAR(w.x, x, 1e-2);
     EXPECT_NEAR(w.y, y, 1e-2);
   }
-  EXPECT_EQ(s.view->GetDrawingMode(), 0);
+  EXPECT_EQ(s.view->GetDrawingMode(), dmIdle);
   EXPECT_FALSE(s.view->GetCurrent());
 }
 
