@@ -27,11 +27,9 @@ constexpr TQelShapeParam kParams[] = {
     {"Height", 1, 0, 1e30, pkFloat, true},
     {"Depth", 1, 0, 1e30, pkFloat, true},
 };
-constexpr TQelShapeTable kTable{kParams};
 
 }  // namespace
 
-TQelBox::TQelBox(TComponent* AOwner) : TQelShape(AOwner, kTable) {}
 
 void TQelBox::Generate() {
   TQelPrimitivePoints* points = GetPoints();
@@ -49,6 +47,8 @@ void TQelBox::Generate() {
   for (int32_t f = 0; f < 6; ++f)
     for (int32_t corner : {0, 1, 2, 0, 2, 3}) AddIndex(4 * f + corner, list);
 }
+
+TQelBox::TQelBox(TComponent* AOwner) : TQelShape(AOwner, kParams) {}
 
 namespace {
 const TQelRegisterShapes<TQelBox> registered;

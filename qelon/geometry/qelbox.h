@@ -11,17 +11,12 @@
 class TQelBox : public TQelShape {
   QEL_CLASS(TQelBox)
 public:
-  enum { pWidth, pHeight, pDepth };
   explicit TQelBox(TComponent* AOwner);
-
-  double GetWidth() const { return GetParam(pWidth); }
-  double GetHeight() const { return GetParam(pHeight); }
-  double GetDepth() const { return GetParam(pDepth); }
-  // Sizes above 0; others are ignored. A change regenerates the mesh at the
-  // next render.
-  void SetWidth(double value) { SetParam(pWidth, value); }
-  void SetHeight(double value) { SetParam(pHeight, value); }
-  void SetDepth(double value) { SetParam(pDepth, value); }
+  enum { pWidth, pHeight, pDepth };
+  // Sizes above 0; others are ignored. A change regenerates the mesh at the next render.
+  double GetWidth() const { return GetParam(pWidth); }  void SetWidth(double v) { SetParam(pWidth, v); }
+  double GetHeight() const { return GetParam(pHeight); }  void SetHeight(double v) { SetParam(pHeight, v); }
+  double GetDepth() const { return GetParam(pDepth); }  void SetDepth(double v) { SetParam(pDepth, v); }
 
 protected:
   void Generate() override;

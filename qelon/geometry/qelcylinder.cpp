@@ -13,16 +13,13 @@ constexpr TQelShapeParam kCylinderParams[] = {
     {"BottomRadius", 1, 0, 1e30},
     {"TopRadius", 1, 0, 1e30},
     {"Height", 1, 0, 1e30, pkFloat, true},
-    {"Slices", 24, 3, 1e6, pkInteger},
-    {"Stacks", 1, 1, 1e6, pkInteger},
+    QelSlicesParam(24, 3), QelStacksParam(1, 1),
     {"Caps", 1, 0, 1, pkBool},
 };
 constexpr TQelShapeParam kConeParams[] = {
     kCylinderParams[0], {"TopRadius", 0, 0, 1e30}, kCylinderParams[2],
     kCylinderParams[3], kCylinderParams[4],        kCylinderParams[5],
 };
-constexpr TQelShapeTable kCylinderTable{kCylinderParams};
-constexpr TQelShapeTable kConeTable{kConeParams};
 
 // A cap at height z facing up or down: a ring of points round the centre,
 // each cell one triangle.
@@ -37,14 +34,14 @@ void AddCap(TQelMeshWriter& mesh, int32_t slices, double radius, double z, bool 
     s = 0.5 + p.x / (2 * radius);
     t = 0.5 + (up ? p.y : -p.y) / (2 * radius);
   });
-  mesh.GridTriangles(first, slices, 1, !up, up, true);
+  mesh.GridTriangles(first, slices, 1, {.firstIsPoint = !up, .lastIsPoint = up, .closedU = true});
 }
 
 }  // namespace
 
-TQelCylinder::TQelCylinder(TComponent* AOwner) : TQelShape(AOwner, kCylinderTable) {}
-TQelCylinder::TQelCylinder(TComponent* AOwner, const TQelShapeTable& table) : TQelShape(AOwner, table) {}
-TQelCone::TQelCone(TComponent* AOwner) : TQelCylinder(AOwner, kConeTable) {}
+TQelCylinder::TQelCylinder(TComponent* AOwner) : TQelGridShape(AOwner, kCylinderParams) {}
+TQelCylinder::TQelCylinder(TComponent* AOwner, TQelShapeParams params) : TQelGridShape(AOwner, params) {}
+TQelCone::TQelCone(TComponent* AOwner) : TQelCylinder(AOwner, kConeParams) {}
 
 bool TQelCylinder::Accepts(int32_t param, double value) const {
   if (param == pBottomRadius) return value > 0 || GetTopRadius() > 0;
@@ -67,7 +64,7 @@ void TQelCylinder::Generate() {
     p = {r * std::cos(a), r * std::sin(a), -h / 2 + h * v / nv};
     n = {h / length * std::cos(a), h / length * std::sin(a), (r0 - r1) / length};
   });
-  mesh.GridTriangles(side, nu, nv, r0 == 0, r1 == 0, true);
+  mesh.GridTriangles(side, nu, nv, {.firstIsPoint = r0 == 0, .lastIsPoint = r1 == 0, .closedU = true});
   if (bottomCap) AddCap(mesh, nu, r0, -h / 2, false);
   if (topCap) AddCap(mesh, nu, r1, h / 2, true);
 }

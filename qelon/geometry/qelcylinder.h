@@ -8,28 +8,20 @@
 // are those of the slanted side. Each cap with a radius above 0 is a fan of
 // Slices triangles whose texture coordinates map the cap's square onto
 // 0..1. With both caps the shape is closed.
-class TQelCylinder : public TQelShape {
+class TQelCylinder : public TQelGridShape {
   QEL_CLASS(TQelCylinder)
 public:
   enum { pBottomRadius, pTopRadius, pHeight, pSlices, pStacks, pCaps };
-  explicit TQelCylinder(TComponent* AOwner);
-
   // Radii of 0 and above, not both 0.
-  double GetBottomRadius() const { return GetParam(pBottomRadius); }
-  void SetBottomRadius(double v) { SetParam(pBottomRadius, v); }
-  double GetTopRadius() const { return GetParam(pTopRadius); }
-  void SetTopRadius(double v) { SetParam(pTopRadius, v); }
-  double GetHeight() const { return GetParam(pHeight); }
-  void SetHeight(double v) { SetParam(pHeight, v); }
-  int32_t GetSlices() const { return IntParam(pSlices); }
-  void SetSlices(int32_t v) { SetParam(pSlices, v); }
-  int32_t GetStacks() const { return IntParam(pStacks); }
-  void SetStacks(int32_t v) { SetParam(pStacks, v); }
+  double GetBottomRadius() const { return GetParam(pBottomRadius); }  void SetBottomRadius(double v) { SetParam(pBottomRadius, v); }
+  double GetTopRadius() const { return GetParam(pTopRadius); }  void SetTopRadius(double v) { SetParam(pTopRadius, v); }
+  double GetHeight() const { return GetParam(pHeight); }  void SetHeight(double v) { SetParam(pHeight, v); }
   bool GetCaps() const { return GetParam(pCaps) != 0; }
   void SetCaps(bool v) { SetParam(pCaps, v); }
+  explicit TQelCylinder(TComponent* AOwner);
 
 protected:
-  TQelCylinder(TComponent* AOwner, const TQelShapeTable& table);
+  TQelCylinder(TComponent* AOwner, TQelShapeParams params);
   void Generate() override;
   bool Accepts(int32_t param, double value) const override;
 };

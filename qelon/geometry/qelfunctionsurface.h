@@ -11,32 +11,22 @@ using TQelSurfaceFunction = std::function<double(double x, double y)>;
 // YMin..YMax (t 0..1) with z = f(x, y), or 0 without a function; normals
 // from the faces, facing +z. A function cannot be saved, so a surface
 // generated from one is stored whole (StoreMode smAll), with its grid.
-class TQelFunctionSurface : public TQelShape {
+class TQelFunctionSurface : public TQelGridShape {
   QEL_CLASS(TQelFunctionSurface)
 public:
-  enum { pXMin, pXMax, pYMin, pYMax, pSlices, pStacks };
   explicit TQelFunctionSurface(TComponent* AOwner);
-
+  enum { pXMin, pXMax, pYMin, pYMax, pSlices, pStacks };
+  // The ranges keep Min below Max.
+  double GetXMin() const { return GetParam(pXMin); }  void SetXMin(double v) { SetParam(pXMin, v); }
+  double GetXMax() const { return GetParam(pXMax); }  void SetXMax(double v) { SetParam(pXMax, v); }
   const TQelSurfaceFunction& GetFunction() const { return function_; }
   // Regenerates at the next render.
   void SetFunction(TQelSurfaceFunction f);
-  // The ranges keep Min below Max.
-  double GetXMin() const { return GetParam(pXMin); }
-  void SetXMin(double v) { SetParam(pXMin, v); }
-  double GetXMax() const { return GetParam(pXMax); }
-  void SetXMax(double v) { SetParam(pXMax, v); }
-  double GetYMin() const { return GetParam(pYMin); }
-  void SetYMin(double v) { SetParam(pYMin, v); }
-  double GetYMax() const { return GetParam(pYMax); }
-  void SetYMax(double v) { SetParam(pYMax, v); }
-  int32_t GetSlices() const { return IntParam(pSlices); }
-  void SetSlices(int32_t v) { SetParam(pSlices, v); }
-  int32_t GetStacks() const { return IntParam(pStacks); }
-  void SetStacks(int32_t v) { SetParam(pStacks, v); }
+  double GetYMin() const { return GetParam(pYMin); }  void SetYMin(double v) { SetParam(pYMin, v); }
+  double GetYMax() const { return GetParam(pYMax); }  void SetYMax(double v) { SetParam(pYMax, v); }
 
 protected:
   void Generate() override;
-  bool Accepts(int32_t param, double value) const override;
 
 private:
   TQelSurfaceFunction function_;

@@ -50,8 +50,8 @@ int32_t TQelMeshWriter::GridTriangleCount(int32_t nu, int32_t nv, bool firstRowI
   return 2 * nu * nv - nu * (int32_t(firstRowIsPoint) + int32_t(lastRowIsPoint));
 }
 
-void TQelMeshWriter::GridTriangles(int32_t first, int32_t nu, int32_t nv, bool firstRowIsPoint,
-                                   bool lastRowIsPoint, bool closedU) {
+void TQelMeshWriter::GridTriangles(int32_t first, int32_t nu, int32_t nv, TGridRows rows) {
+  const bool firstRowIsPoint = rows.firstIsPoint, lastRowIsPoint = rows.lastIsPoint;
   Reserve(0, indexCount_ + 3 * GridTriangleCount(nu, nv, firstRowIsPoint, lastRowIsPoint));
   const int32_t row = nu + 1;
   for (int32_t v = 0; v < nv; ++v) {
@@ -63,11 +63,11 @@ void TQelMeshWriter::GridTriangles(int32_t first, int32_t nu, int32_t nv, bool f
       if (!topIsPoint) Triangle(a, c, d);
     }
   }
-  if (firstRowIsPoint)
-    for (int32_t u = 0; u <= nu; ++u) Link(first + u);
-  if (lastRowIsPoint)
-    for (int32_t u = 0; u <= nu; ++u) Link(first + nv * row + u);
-  if (closedU)
+  for (int32_t u = 0; u <= nu; ++u) {
+    if (firstRowIsPoint || rows.closedV) Link(first + u);
+    if (lastRowIsPoint || rows.closedV) Link(first + nv * row + u);
+  }
+  if (rows.closedU)
     for (int32_t v = 0; v <= nv; ++v) {
       Link(first + v * row);
       Link(first + v * row + nu);

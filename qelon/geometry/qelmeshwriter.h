@@ -2,6 +2,8 @@
 // Fills a mesh's store and one new index list straight through their arrays:
 // the generators of large shapes write millions of points, where the
 // per-point setters would cost more than the geometry.
+#include <GL/gl.h>
+
 #include <cstdint>
 
 #include "qelon/geometry/qelprimitiveobj.h"
@@ -49,8 +51,20 @@ public:
   // at one place (a pole, a cone's tip) gives one triangle a cell; its
   // points and the grid's seam points (u = 0 and u = nu when closedU) are
   // linked.
-  void GridTriangles(int32_t first, int32_t nu, int32_t nv, bool firstRowIsPoint,
-                     bool lastRowIsPoint, bool closedU);
+  // The grid's rows: the first / last standing at one place, and whether
+  // the grid closes round u (seam columns at one place) or round v (first
+  // and last rows at one place).
+  struct TGridRows {
+    bool firstIsPoint = false, lastIsPoint = false, closedU = false, closedV = false;
+  };
+  void GridTriangles(int32_t first, int32_t nu, int32_t nv, TGridRows rows);
+  // A whole grid shape: one GL_TRIANGLES list over one grid.
+  template <class At>
+  static void AddGrid(TQelPrimitiveObj* obj, int32_t nu, int32_t nv, TGridRows rows, At at) {
+    TQelMeshWriter mesh(obj, GL_TRIANGLES, (nu + 1) * (nv + 1),
+                        3 * GridTriangleCount(nu, nv, rows.firstIsPoint, rows.lastIsPoint));
+    mesh.GridTriangles(mesh.Grid(nu, nv, at), nu, nv, rows);
+  }
   // The triangles GridTriangles makes.
   static int32_t GridTriangleCount(int32_t nu, int32_t nv, bool firstRowIsPoint, bool lastRowIsPoint);
 

@@ -12,16 +12,13 @@ constexpr TQelMathVector kUnitTriangle[] = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
 constexpr TQelShapePointList kPointLists[] = {{"Points", 1, 1 << 24, kOrigin}};
 constexpr TQelShapePointList kLineLists[] = {{"Points", 2, 1 << 24, kUnitLine}};
 constexpr TQelShapePointList kTriangleLists[] = {{"Points", 3, 3, kUnitTriangle}};
-constexpr TQelShapeTable kPointTable{{}, kPointLists};
-constexpr TQelShapeTable kLineTable{{}, kLineLists};
-constexpr TQelShapeTable kTriangleTable{{}, kTriangleLists};
 constexpr TQelMathVector kUp{0, 0, 1};
 
 }  // namespace
 
-TQelPoint::TQelPoint(TComponent* AOwner) : TQelPointsShape(AOwner, kPointTable) {}
-TQelLine::TQelLine(TComponent* AOwner) : TQelPointsShape(AOwner, kLineTable) {}
-TQelTriangle::TQelTriangle(TComponent* AOwner) : TQelPointsShape(AOwner, kTriangleTable) {}
+TQelPoint::TQelPoint(TComponent* AOwner) : TQelPointsShape(AOwner, {}, kPointLists) {}
+TQelLine::TQelLine(TComponent* AOwner) : TQelPointsShape(AOwner, {}, kLineLists) {}
+TQelTriangle::TQelTriangle(TComponent* AOwner) : TQelPointsShape(AOwner, {}, kTriangleLists) {}
 
 void TQelPoint::Generate() {
   const TQelPointList& points = GetPointsList();

@@ -14,7 +14,6 @@ namespace {
 
 constexpr TQelMathVector kSquare[] = {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}};
 constexpr TQelShapePointList kLists[] = {{"Points", 3, 1 << 24, kSquare}};
-constexpr TQelShapeTable kTable{{}, kLists};
 
 // Newell's area normal: robust for concave outlines, zero for a line.
 TQelMathVector AreaNormal(const TQelPointList& outline) {
@@ -56,7 +55,7 @@ void TessEdgeFlag(GLboolean, void*) {}
 
 }  // namespace
 
-TQelPolygon::TQelPolygon(TComponent* AOwner) : TQelPointsShape(AOwner, kTable) {}
+TQelPolygon::TQelPolygon(TComponent* AOwner) : TQelPointsShape(AOwner, {}, kLists) {}
 
 void TQelPolygon::Generate() {
   const TQelPointList& outline = GetPointsList();

@@ -11,15 +11,13 @@ namespace {
 
 constexpr TQelShapeParam kParams[] = {
     {"SweepAngle", 360, 0, 360, pkFloat, true},
-    {"Slices", 24, 3, 1e6, pkInteger},
+    QelSlicesParam(24, 3),
 };
 constexpr TQelMathVector kTube[] = {{0.5, -0.5, 0}, {0.5, 0.5, 0}};
 constexpr TQelShapePointList kLists[] = {{"Profile", 2, 1 << 24, kTube}};
-constexpr TQelShapeTable kTable{kParams, kLists};
 
 }  // namespace
 
-TQelRevolutionSurface::TQelRevolutionSurface(TComponent* AOwner) : TQelShape(AOwner, kTable) {}
 
 bool TQelRevolutionSurface::AcceptsPoints(int32_t, const TQelPointList& points) const {
   for (const TQelMathVector& p : points)
@@ -43,17 +41,17 @@ void TQelRevolutionSurface::Generate() {
     for (int32_t end : {v, v + 1}) normal[end].x += dh / length, normal[end].y -= dr / length;
   }
   const bool firstOnAxis = profile.front().x == 0, lastOnAxis = profile.back().x == 0;
-  TQelMeshWriter mesh(this, GL_TRIANGLES, (nu + 1) * (nv + 1),
-                      3 * TQelMeshWriter::GridTriangleCount(nu, nv, firstOnAxis, lastOnAxis));
-  const int32_t first = mesh.Grid(nu, nv, [&](int32_t u, int32_t v, TQelMathVector& p, TQelMathVector& n, double&, double& t) {
+  const TQelMeshWriter::TGridRows rows{.firstIsPoint = firstOnAxis, .lastIsPoint = lastOnAxis, .closedU = GetSweepAngle() == 360};
+  TQelMeshWriter::AddGrid(this, nu, nv, rows, [&](int32_t u, int32_t v, TQelMathVector& p, TQelMathVector& n, double&, double& t) {
     const double a = sweep * u / nu, c = std::cos(a), s = std::sin(a);
     p = {profile[v].x * c, profile[v].x * s, profile[v].y};
     n = {normal[v].x * c, normal[v].x * s, normal[v].y};
     QelMathNormalize(n);
     t = along[nv] > 0 ? along[v] / along[nv] : 0;
   });
-  mesh.GridTriangles(first, nu, nv, firstOnAxis, lastOnAxis, GetSweepAngle() == 360);
 }
+
+TQelRevolutionSurface::TQelRevolutionSurface(TComponent* AOwner) : TQelGridShape(AOwner, kParams, kLists) {}
 
 namespace {
 const TQelRegisterShapes<TQelRevolutionSurface> registered;

@@ -8,21 +8,16 @@
 // length along the profile). Points on the axis close the surface there,
 // so a profile from the axis to the axis swept all round is closed. The
 // surface faces outwards when the profile runs upwards on the outside.
-class TQelRevolutionSurface : public TQelShape {
+class TQelRevolutionSurface : public TQelGridShape {
   QEL_CLASS(TQelRevolutionSurface)
 public:
-  enum { pSweepAngle, pSlices };
-  enum { lProfile };
   explicit TQelRevolutionSurface(TComponent* AOwner);
-
+  enum { pSweepAngle, pSlices, lProfile = 0 };
   const TQelPointList& GetProfile() const { return GetPointList(lProfile); }
   void SetProfile(const TQelPointList& v) { SetPointList(lProfile, v); }
-  double GetSweepAngle() const { return GetParam(pSweepAngle); }
-  void SetSweepAngle(double v) { SetParam(pSweepAngle, v); }
-  int32_t GetSlices() const { return IntParam(pSlices); }
-  void SetSlices(int32_t v) { SetParam(pSlices, v); }
+  double GetSweepAngle() const { return GetParam(pSweepAngle); }  void SetSweepAngle(double v) { SetParam(pSweepAngle, v); }
 
 protected:
-  void Generate() override;
   bool AcceptsPoints(int32_t list, const TQelPointList& points) const override;
+  void Generate() override;
 };

@@ -24,15 +24,15 @@ const TQelPointList kNoPoints;
 
 }  // namespace
 
-TQelShape::TQelShape(TComponent* AOwner, const TQelShapeTable& table)
-    : TQelPrimitiveObj(AOwner), table_(table) {
-  for (const TQelShapeParam& p : table.Params) values_.push_back(p.Default);
-  for (const TQelShapePointList& l : table.Lists) lists_.emplace_back(l.Default.begin(), l.Default.end());
+TQelShape::TQelShape(TComponent* AOwner, TQelShapeParams params, TQelShapePointLists lists)
+    : TQelPrimitiveObj(AOwner), params_(params), lists_table_(lists) {
+  for (const TQelShapeParam& p : params) values_.push_back(p.Default);
+  for (const TQelShapePointList& l : lists) lists_.emplace_back(l.Default.begin(), l.Default.end());
 }
 
-int32_t TQelShape::FindParam(const std::string& name) const { return FindByName(table_.Params, name); }
+int32_t TQelShape::FindParam(const std::string& name) const { return FindByName(params_, name); }
 
-int32_t TQelShape::FindPointList(const std::string& name) const { return FindByName(table_.Lists, name); }
+int32_t TQelShape::FindPointList(const std::string& name) const { return FindByName(lists_table_, name); }
 
 double TQelShape::GetParam(int32_t i) const {
   return i >= 0 && i < static_cast<int32_t>(values_.size()) ? values_[i] : 0;
@@ -40,7 +40,12 @@ double TQelShape::GetParam(int32_t i) const {
 
 bool TQelShape::SetParam(int32_t i, double value) {
   if (i < 0 || i >= static_cast<int32_t>(values_.size())) return false;
-  if (!InRange(table_.Params[i], value) || !Accepts(i, value)) return false;
+  const TQelShapeParam& p = params_[i];
+  if (!InRange(p, value) || !Accepts(i, value)) return false;
+  if (p.Below >= 0 && !(value < GetParam(p.Below))) return false;
+  // The other side of the pair: a value must stay above those below it.
+  for (size_t k = 0; k < params_.size(); ++k)
+    if (params_[k].Below == i && !(value > values_[k])) return false;
   if (values_[i] != value) {
     values_[i] = value;
     Regenerate();
@@ -54,7 +59,7 @@ const TQelPointList& TQelShape::GetPointList(int32_t i) const {
 
 bool TQelShape::SetPointList(int32_t i, const TQelPointList& points) {
   if (i < 0 || i >= static_cast<int32_t>(lists_.size())) return false;
-  const TQelShapePointList& l = table_.Lists[i];
+  const TQelShapePointList& l = lists_table_[i];
   const auto n = static_cast<int32_t>(points.size());
   if (n < l.MinCount || n > l.MaxCount || !AcceptsPoints(i, points)) return false;
   for (const TQelMathVector& p : points)
@@ -73,7 +78,8 @@ void TQelShape::Regenerate() {
 
 void TQelShape::Assign(TPersistent* Source) {
   // Only a shape of the same table has the same parameters.
-  if (auto* shape = dynamic_cast<TQelShape*>(Source); shape && &shape->table_ == &table_) {
+  if (auto* shape = dynamic_cast<TQelShape*>(Source);
+      shape && shape->params_.data() == params_.data() && shape->lists_table_.data() == lists_table_.data()) {
     values_ = shape->values_;
     lists_ = shape->lists_;
   }
@@ -83,7 +89,7 @@ void TQelShape::Assign(TPersistent* Source) {
 void TQelShape::WriteValues(IQelExchange* exchange) {
   TQelPrimitiveObj::WriteValues(exchange);
   for (size_t i = 0; i < values_.size(); ++i) {
-    const TQelShapeParam& p = table_.Params[i];
+    const TQelShapeParam& p = params_[i];
     if (p.Kind == pkInteger)
       exchange->addtag(p.Name, static_cast<int32_t>(values_[i]), static_cast<int32_t>(p.Default));
     else if (p.Kind == pkBool)
@@ -92,7 +98,7 @@ void TQelShape::WriteValues(IQelExchange* exchange) {
       exchange->addtag(p.Name, values_[i], p.Default);
   }
   for (size_t i = 0; i < lists_.size(); ++i) {
-    const TQelShapePointList& l = table_.Lists[i];
+    const TQelShapePointList& l = lists_table_[i];
     const TQelPointList defaults(l.Default.begin(), l.Default.end());
     exchange->addtag(l.Name, QelPointListToText(lists_[i]), QelPointListToText(defaults));
   }
@@ -104,7 +110,7 @@ void TQelShape::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
   // a stored mesh for generation.
   const bool inited = GetInited();
   for (size_t i = 0; i < values_.size(); ++i) {
-    const TQelShapeParam& p = table_.Params[i];
+    const TQelShapeParam& p = params_[i];
     double value = values_[i];
     bool flag = value != 0;
     const bool found = p.Kind == pkBool ? exchange->getvalue(p.Name, flag) : exchange->getvalue(p.Name, value);
@@ -114,10 +120,10 @@ void TQelShape::ReadValues(IQelExchange* exchange, TXMLTag* tag) {
   }
   for (size_t i = 0; i < lists_.size(); ++i) {
     std::string text;
-    if (!exchange->getvalue(table_.Lists[i].Name, text)) continue;
+    if (!exchange->getvalue(lists_table_[i].Name, text)) continue;
     TQelPointList points;
     if (!QelPointListFromText(text, points) || !SetPointList(static_cast<int32_t>(i), points))
-      exchange->Error(qlWarning, std::string("Points of ") + table_.Lists[i].Name + " not usable.");
+      exchange->Error(qlWarning, std::string("Points of ") + lists_table_[i].Name + " not usable.");
   }
   SetInited(inited);
 }

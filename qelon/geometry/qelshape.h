@@ -12,13 +12,15 @@
 enum TQelShapeParamKind { pkFloat, pkInteger, pkBool };
 
 // A number parameter. Values outside Min..Max (Min itself excluded when
-// MinExcluded), and fractions for integers, are ignored.
+// MinExcluded), fractions for integers, and values not below the parameter
+// at position Below (an inner radius and the outer one) are ignored.
 struct TQelShapeParam {
   const char* Name;
   double Default;
   double Min, Max;
   TQelShapeParamKind Kind = pkFloat;
   bool MinExcluded = false;
+  int32_t Below = -1;
 };
 
 using TQelPointList = std::vector<TQelMathVector>;
@@ -30,10 +32,8 @@ struct TQelShapePointList {
   std::span<const TQelMathVector> Default;
 };
 
-struct TQelShapeTable {
-  std::span<const TQelShapeParam> Params;
-  std::span<const TQelShapePointList> Lists = {};
-};
+using TQelShapeParams = std::span<const TQelShapeParam>;
+using TQelShapePointLists = std::span<const TQelShapePointList>;
 
 // A setter stores a value only when it is valid and differs, and then marks
 // the mesh for generation at the next render and signals Changed. Scene
@@ -42,7 +42,8 @@ struct TQelShapeTable {
 class TQelShape : public TQelPrimitiveObj {
   QEL_CLASS(TQelShape)
 public:
-  const TQelShapeTable& GetParamTable() const { return table_; }
+  TQelShapeParams GetParamTable() const { return params_; }
+  TQelShapePointLists GetPointListTable() const { return lists_table_; }
   // Parameter position by name (any letter case), or -1.
   int32_t FindParam(const std::string& name) const;
   int32_t FindPointList(const std::string& name) const;
@@ -62,7 +63,8 @@ public:
   void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
 
 protected:
-  TQelShape(TComponent* AOwner, const TQelShapeTable& table);
+  // The tables are the shape class's own static arrays.
+  TQelShape(TComponent* AOwner, TQelShapeParams params, TQelShapePointLists lists = {});
   virtual void Generate() = 0;
   // A shape's rules between parameters (an inner radius below the outer
   // one); called with a value already in its own range.
@@ -73,10 +75,34 @@ protected:
   void Regenerate();
 
 private:
-  const TQelShapeTable& table_;
+  TQelShapeParams params_;
+  TQelShapePointLists lists_table_;
   std::vector<double> values_;
   std::vector<TQelPointList> lists_;
 };
+
+// A shape generated on a grid, whose quality is its number of Slices (round
+// the shape or across it) and Stacks (along it); a shape without Stacks
+// reads 0 and ignores the setter.
+class TQelGridShape : public TQelShape {
+  QEL_CLASS(TQelGridShape)
+public:
+  int32_t GetSlices() const { return IntParam(slices_); }
+  void SetSlices(int32_t v) { SetParam(slices_, v); }
+  int32_t GetStacks() const { return IntParam(stacks_); }
+  void SetStacks(int32_t v) { SetParam(stacks_, v); }
+
+protected:
+  TQelGridShape(TComponent* AOwner, TQelShapeParams params, TQelShapePointLists lists = {})
+      : TQelShape(AOwner, params, lists), slices_(FindParam("Slices")), stacks_(FindParam("Stacks")) {}
+
+private:
+  int32_t slices_, stacks_;
+};
+
+// The table entries of a grid's quality: at least min, default def.
+constexpr TQelShapeParam QelSlicesParam(double def, double min) { return {"Slices", def, min, 1e6, pkInteger}; }
+constexpr TQelShapeParam QelStacksParam(double def, double min) { return {"Stacks", def, min, 1e6, pkInteger}; }
 
 // Text of a point list in a scene file, and back (false on malformed text).
 std::string QelPointListToText(const TQelPointList& points);

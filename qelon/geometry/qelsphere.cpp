@@ -12,20 +12,17 @@ namespace {
 
 constexpr TQelShapeParam kParams[] = {
     {"Radius", 1, 0, 1e30, pkFloat, true},
-    {"Slices", 24, 3, 1e6, pkInteger},
-    {"Stacks", 12, 1, 1e6, pkInteger},
+    QelSlicesParam(24, 3), QelStacksParam(12, 1),
     {"StartLongitude", 0, -360, 360},
     {"SweepLongitude", 360, 0, 360, pkFloat, true},
     {"StartLatitude", -90, -90, 90},
     {"SweepLatitude", 180, 0, 180, pkFloat, true},
 };
-constexpr TQelShapeTable kTable{kParams};
 
 constexpr double kDegree = std::numbers::pi / 180;
 
 }  // namespace
 
-TQelSphere::TQelSphere(TComponent* AOwner) : TQelShape(AOwner, kTable) {}
 
 bool TQelSphere::Accepts(int32_t param, double value) const {
   if (param == pStartLatitude) return value + GetSweepLatitude() <= 90;
@@ -46,14 +43,14 @@ void TQelSphere::Generate() {
   if (south) cosLat[0] = 0, sinLat[0] = -1;
   if (north) cosLat[nv] = 0, sinLat[nv] = 1;
 
-  TQelMeshWriter mesh(this, GL_TRIANGLES, (nu + 1) * (nv + 1),
-                      3 * TQelMeshWriter::GridTriangleCount(nu, nv, south, north));
-  const int32_t first = mesh.Grid(nu, nv, [&](int32_t u, int32_t v, TQelMathVector& p, TQelMathVector& n, double&, double&) {
+  const TQelMeshWriter::TGridRows rows{.firstIsPoint = south, .lastIsPoint = north, .closedU = GetSweepLongitude() == 360};
+  TQelMeshWriter::AddGrid(this, nu, nv, rows, [&](int32_t u, int32_t v, TQelMathVector& p, TQelMathVector& n, double&, double&) {
     n = {cosLat[v] * cosLon[u], cosLat[v] * sinLon[u], sinLat[v]};
     p = {r * n.x, r * n.y, r * n.z};
   });
-  mesh.GridTriangles(first, nu, nv, south, north, GetSweepLongitude() == 360);
 }
+
+TQelSphere::TQelSphere(TComponent* AOwner) : TQelGridShape(AOwner, kParams) {}
 
 namespace {
 const TQelRegisterShapes<TQelSphere> registered;

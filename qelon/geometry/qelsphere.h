@@ -7,27 +7,17 @@
 // points with normals along the radius and texture coordinates s along the
 // longitude and t along the latitude, both 0..1 over the part drawn. A pole
 // row gives one triangle a slice. The whole sphere is closed.
-class TQelSphere : public TQelShape {
+class TQelSphere : public TQelGridShape {
   QEL_CLASS(TQelSphere)
 public:
-  enum { pRadius, pSlices, pStacks, pStartLongitude, pSweepLongitude, pStartLatitude, pSweepLatitude };
   explicit TQelSphere(TComponent* AOwner);
-
-  double GetRadius() const { return GetParam(pRadius); }
-  void SetRadius(double v) { SetParam(pRadius, v); }
-  int32_t GetSlices() const { return IntParam(pSlices); }
-  void SetSlices(int32_t v) { SetParam(pSlices, v); }
-  int32_t GetStacks() const { return IntParam(pStacks); }
-  void SetStacks(int32_t v) { SetParam(pStacks, v); }
+  enum { pRadius, pSlices, pStacks, pStartLongitude, pSweepLongitude, pStartLatitude, pSweepLatitude };
+  double GetRadius() const { return GetParam(pRadius); }  void SetRadius(double v) { SetParam(pRadius, v); }
   // Degrees; the latitude band must stay within -90..90.
-  double GetStartLongitude() const { return GetParam(pStartLongitude); }
-  void SetStartLongitude(double v) { SetParam(pStartLongitude, v); }
-  double GetSweepLongitude() const { return GetParam(pSweepLongitude); }
-  void SetSweepLongitude(double v) { SetParam(pSweepLongitude, v); }
-  double GetStartLatitude() const { return GetParam(pStartLatitude); }
-  void SetStartLatitude(double v) { SetParam(pStartLatitude, v); }
-  double GetSweepLatitude() const { return GetParam(pSweepLatitude); }
-  void SetSweepLatitude(double v) { SetParam(pSweepLatitude, v); }
+  double GetStartLongitude() const { return GetParam(pStartLongitude); }  void SetStartLongitude(double v) { SetParam(pStartLongitude, v); }
+  double GetSweepLongitude() const { return GetParam(pSweepLongitude); }  void SetSweepLongitude(double v) { SetParam(pSweepLongitude, v); }
+  double GetStartLatitude() const { return GetParam(pStartLatitude); }  void SetStartLatitude(double v) { SetParam(pStartLatitude, v); }
+  double GetSweepLatitude() const { return GetParam(pSweepLatitude); }  void SetSweepLatitude(double v) { SetParam(pSweepLatitude, v); }
 
 protected:
   void Generate() override;
