@@ -12,12 +12,12 @@ class TQelCylinder : public TQelGridShape {
   QEL_CLASS(TQelCylinder)
 public:
   enum { pBottomRadius, pTopRadius, pHeight, pSlices, pStacks, pCaps };
+  bool GetCaps() const { return GetParam(pCaps) != 0; }
+  void SetCaps(bool v) { SetParam(pCaps, v); }
   // Radii of 0 and above, not both 0.
   double GetBottomRadius() const { return GetParam(pBottomRadius); }  void SetBottomRadius(double v) { SetParam(pBottomRadius, v); }
   double GetTopRadius() const { return GetParam(pTopRadius); }  void SetTopRadius(double v) { SetParam(pTopRadius, v); }
   double GetHeight() const { return GetParam(pHeight); }  void SetHeight(double v) { SetParam(pHeight, v); }
-  bool GetCaps() const { return GetParam(pCaps) != 0; }
-  void SetCaps(bool v) { SetParam(pCaps, v); }
   explicit TQelCylinder(TComponent* AOwner);
 
 protected:
