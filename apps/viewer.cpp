@@ -6,15 +6,19 @@
 #include "demoscene.h"
 
 const char* const kKeys =
-    "keys: drag = turn the scene, arrows = move the camera, PgUp/PgDn = up/down, "
-    "R = reset, Esc/Q = quit";
+    "Left drag turns the scene, right drag moves it, a click prints what is under the mouse.\n"
+    "M mouse (arrows move up/down and roll), P person (arrows walk and turn, PgUp/PgDn look),\n"
+    "C car (arrows drive and steer), T turntable (Left/Right turn, End stops, Up/Down distance);\n"
+    "R resets, A levels the view, Esc or Q quits. The title shows the style and the frame rate.";
 
 namespace {
 
 // The demo scene, or a scene file, in a view with a camera. The scene sits
-// in a stage node that the mouse turns, so a loaded scene keeps its own
-// transformation. The view goes first, while the scene whose lists it holds
-// still exists.
+// in a stage node that the mouse controller turns, so a loaded scene keeps
+// its own transformation. The person, car and turntable controllers drive
+// the camera; a timer steps the car and the turntable and shows the frame
+// rate in the title. The view goes first, while the scene whose lists it
+// holds still exists.
 class TViewer {
 public:
   explicit TViewer(const TOptions& o) : file_(o.scene) {
@@ -23,33 +27,30 @@ public:
     load_ = file_.empty() ? slLoaded : LoadSceneFile(file_, scene_);
     if (load_ == slFailed) return;
     if (file_.empty()) BuildDemoScene(scene_);
-    view_.SetCaption(file_.empty() ? "Qelon demo" : "Qelon - " + file_);
     view_.SetSize(o.width, o.height);
     view_.SetBackgroundColor(kDemoBackground);
     view_.GetCoordinates()->SetVisible(true);
     view_.SetCamera(&camera_);
-    Reset();
+    stage_.GetTransformation()->GetRotation()->SetOrder(roYXZ);  // drags turn about world y
+    PlaceCamera();
+    SetUpControllers();
+    Use(mouse_);
     view_.OnRender = [this](TQelView* v) {
       stage_.Render(v);
       ++frames;
+      ++framesThisSecond_;
     };
     stage_.OnChange = [this](TObject*) { view_.InvalidateGL(); };
     view_.OnMouseDown = [this](TObject*, TMouseButton button, TShiftState, int32_t x, int32_t y) {
-      if (button == mbLeft) {
-        lastX_ = x;
-        lastY_ = y;
-      }
+      if (button == mbLeft) downX_ = x, downY_ = y;
     };
-    view_.OnMouseMove = [this](TObject*, TShiftState shift, int32_t x, int32_t y) {
-      if (!shift.Contains(ssLeft)) return;
-      TQelRotation* r = stage_.GetTransformation()->GetRotation();
-      r->SetY(r->GetY() + 0.4f * (x - lastX_));
-      r->SetX(r->GetX() + 0.4f * (y - lastY_));
-      lastX_ = x;
-      lastY_ = y;
+    view_.OnMouseUp = [this](TObject*, TMouseButton button, TShiftState, int32_t x, int32_t y) {
+      if (button == mbLeft && x == downX_ && y == downY_) Pick(x, y);  // a click, not a drag
     };
     view_.OnKeyDown = [this](TObject*, uint16_t& key, TShiftState) { Key(key); };
     view_.OnClose = [this](TObject*) { closed = true; };
+    timer_.SetRate(60);
+    timer_.OnTimer = [this](TObject*, int32_t count) { Tick(count); };
   }
 
   // False when the scene file could not be loaded (the reasons are on stderr).
@@ -64,33 +65,91 @@ private:
   // The camera sees the whole scene. The demo camera stands about 8 units
   // from the scene, where steps of a quarter and axes of 2 suit; a scene
   // file is framed, and both scale with the camera's distance.
-  void Reset() {
-    double scale = 1;
+  void PlaceCamera() {
+    scale_ = 1;
     if (file_.empty())
       PlaceDemoCamera(&camera_);
     else
-      scale = FrameScene(&camera_, scene_, view_.GetWidth(), view_.GetHeight()) / 8;
-    step_ = 0.25 * scale;
-    view_.GetCoordinates()->SetLength(static_cast<float>(2 * scale));
-    stage_.GetTransformation()->GetRotation()->SetOrder(roYXZ);  // drag turns about world y
-    stage_.GetTransformation()->GetRotation()->SetValues(0, 0, 0);
+      scale_ = FrameScene(&camera_, scene_, view_.GetWidth(), view_.GetHeight()) / 8;
+    view_.GetCoordinates()->SetLength(static_cast<float>(2 * scale_));
   }
 
-  void Key(uint16_t key) {
-    // The camera's own axes: x points left, y down, z along the view.
-    TQelTransformation* t = camera_.GetTransformation();
+  void SetUpControllers() {
+    mouse_->SetCamera(&camera_);
+    mouse_->SetControlled(&stage_);
+    // The stage follows the hand: a drag to the left turns its near side
+    // to the left, a drag up turns it up.
+    TQelControllerActions* a = mouse_->GetActions();
+    a->SetAction(caTurnLeft, "(None)");
+    a->SetAction(caTurnRight, "MouseLeftX");
+    a->SetAction(caTurnDown, "(None)");
+    a->SetAction(caTurnUp, "MouseLeftY");
+    a->SetAction(caMoveLeft, "(None)");
+    a->SetAction(caMoveRight, "MouseRightX");
+    for (TQelCustomController* c : {static_cast<TQelCustomController*>(person_), car_, turntable_}) {
+      c->SetControlled(&camera_);
+      c->SetStepLength(c->GetStepLength() * scale_ * 2);
+    }
+    mouse_->SetStepLength(mouse_->GetStepLength() * scale_ * 2);
+    turntable_->SetDistanceStep(0.25 * scale_);
+  }
+
+  void Use(TQelCustomController* controller) {
+    view_.SetController(controller);
+    style_ = controller == mouse_ ? "mouse" : controller == person_ ? "person"
+           : controller == car_   ? "car"   : "turntable";
+    Caption();
+  }
+
+  void Caption() {
+    const std::string name = file_.empty() ? "Qelon demo" : "Qelon - " + file_;
+    view_.SetCaption(name + " - " + style_ + " (M P C T) - " + std::to_string(fps_) + " fps");
+  }
+
+  void Key(uint16_t& key) {
     switch (key) {
-      case VK_UP: t->MoveZ(step_); break;
-      case VK_DOWN: t->MoveZ(-step_); break;
-      case VK_LEFT: t->MoveX(step_); break;
-      case VK_RIGHT: t->MoveX(-step_); break;
-      case VK_PRIOR: t->MoveY(-step_); break;
-      case VK_NEXT: t->MoveY(step_); break;
-      case 'R': Reset(); break;
+      case 'M': Use(mouse_); break;
+      case 'P': Use(person_); break;
+      case 'C': Use(car_); break;
+      case 'T': Use(turntable_); break;
       case 'Q':
       case VK_ESCAPE: closed = true; break;
-      default: break;
+      default: return;  // the controller's key
     }
+    key = 0;
+  }
+
+  // Steps the car or the turntable; once a second the frame rate.
+  void Tick(int32_t count) {
+    TQelCustomController* c = view_.GetController();
+    bool moved = false;
+    if (c == car_ || c == turntable_)
+      for (int32_t i = 0; i < count; ++i) moved |= c->Tick();
+    if (moved) view_.InvalidateGL();
+    const auto now = std::chrono::steady_clock::now();
+    if (now - second_ >= std::chrono::seconds(1)) {
+      fps_ = framesThisSecond_;
+      framesThisSecond_ = 0;
+      second_ = now;
+      Caption();
+    }
+  }
+
+  void Pick(int32_t x, int32_t y) {
+    TQelSelectionList hits;
+    view_.GetSelection(x, y, hits);
+    TObject* obj = nullptr;
+    const int32_t list = view_.GetObj(x, y, obj);
+    if (!obj) {
+      std::printf("picked nothing at %d,%d\n", x, y);
+    } else {
+      auto* component = dynamic_cast<TComponent*>(obj);
+      const TQelSelection* top = hits.GetTopMost();
+      std::printf("picked %s \"%s\" at %d,%d: index list %d, depth %.4f\n", obj->ClassName(),
+                  component ? component->GetName().c_str() : "", x, y, list,
+                  top ? top->GetMinZ() : 1.0);
+    }
+    std::fflush(stdout);
   }
 
   std::string file_;
@@ -99,8 +158,17 @@ private:
   TQelNode* scene_ = nullptr;  // owned by the stage
   TQelPerspectiveCamera camera_{nullptr};
   TQelView view_{nullptr};
-  double step_ = 0.25;
-  int32_t lastX_ = 0, lastY_ = 0;
+  TComponent controllers_{nullptr};  // owns the four controllers
+  TQelMouseController* mouse_ = new TQelMouseController(&controllers_);
+  TQelPersonController* person_ = new TQelPersonController(&controllers_);
+  TQelCarController* car_ = new TQelCarController(&controllers_);
+  TQelPresentationController* turntable_ = new TQelPresentationController(&controllers_);
+  TQelTimer timer_{nullptr};
+  std::string style_;
+  double scale_ = 1;
+  int32_t downX_ = -1, downY_ = -1;
+  int fps_ = 0, framesThisSecond_ = 0;
+  std::chrono::steady_clock::time_point second_ = std::chrono::steady_clock::now();
 };
 
 }  // namespace

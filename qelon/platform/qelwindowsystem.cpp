@@ -89,6 +89,13 @@ bool TQelWindowSystem::GetClientSize(TQelWindow* window, int& width, int& height
   return true;
 }
 
+void TQelWindowSystem::SetCaption(TQelWindow* window, const std::string& caption) {
+  Called("SetCaption");
+  if (!IsWindow(window) || window->caption == caption) return;
+  window->caption = caption;
+  DoSetCaption(window);
+}
+
 void TQelWindowSystem::SetClientSize(TQelWindow* window, int width, int height) {
   Called("SetClientSize");
   if (!IsWindow(window)) return;

@@ -67,6 +67,8 @@ public:
   // Resizes the client area; the offscreen backend reports WindowResize at
   // once, GLFW when the display has done it.
   void SetClientSize(TQelWindow* window, int width, int height);
+  // The title a window shows (offscreen windows only keep it).
+  void SetCaption(TQelWindow* window, const std::string& caption);
   // Requests a repaint: the next ProcessMessages calls WindowPaint once.
   void Invalidate(TQelWindow* window);
   // Delivers pending input and the paints of invalidated windows.
@@ -153,6 +155,7 @@ protected:
   virtual void DoDestroyWindow(TQelWindow* window) {}
   virtual void DoSetClientSize(TQelWindow* window, int width, int height) = 0;
   virtual void DoInvalidate(TQelWindow* window) {}
+  virtual void DoSetCaption(TQelWindow* window) {}
   // Gathers input; waits up to waitSeconds when positive and nothing is due.
   virtual void DoPollEvents(double waitSeconds) = 0;
   virtual std::unique_ptr<TQelDeviceContext> DoCreateMemoryDC(int width, int height) = 0;

@@ -239,6 +239,11 @@ protected:
 
   void DoInvalidate(TQelWindow*) override { glfwPostEmptyEvent(); }
 
+  void DoSetCaption(TQelWindow* window) override {
+    auto* w = static_cast<TGLFWWindow*>(window);
+    if (w->native) glfwSetWindowTitle(w->native, w->caption.c_str());
+  }
+
   void DoPollEvents(double waitSeconds) override {
     if (waitSeconds > 0) glfwWaitEventsTimeout(waitSeconds);
     else glfwPollEvents();

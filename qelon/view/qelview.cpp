@@ -137,7 +137,10 @@ void TQelView::SetSize(int32_t width, int32_t height) {
   if (window_) ws_->SetClientSize(window_, width_, height_);
 }
 
-void TQelView::SetCaption(const std::string& value) { caption_ = value; }
+void TQelView::SetCaption(const std::string& value) {
+  caption_ = value;
+  if (window_) ws_->SetCaption(window_, value);
+}
 
 TQelWindowSystem* TQelView::GetWindowSystem() const { return ws_ ? ws_ : QelWindowSystem(); }
 

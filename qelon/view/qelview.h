@@ -73,7 +73,8 @@ public:
   // Resizes the window (sizes below 1 count as 1).
   void SetSize(int32_t width, int32_t height);
   const std::string& GetCaption() const { return caption_; }
-  void SetCaption(const std::string& value);  // used when the window is made
+  // The window's title, now or when the window is made.
+  void SetCaption(const std::string& value);
   // The window system the window belongs to (QelWindowSystem() until then).
   TQelWindowSystem* GetWindowSystem() const;
   TQelWindow* GetWindow() const { return window_; }

@@ -9,7 +9,6 @@
 
 namespace {
 
-constexpr uint8_t kIdle = 0, kSelecting = 3;
 // Words of the selection buffer: 1024 hits of plain objects, 819 of meshes
 // (an object's name and its index list's).
 constexpr GLsizei kSelectBufferWords = 4096;
@@ -33,7 +32,7 @@ void TQelView::GetSelection(int32_t x, int32_t y, TQelSelectionList& list) {
   {
     // GL writes into the buffer until it renders again: selection mode
     // ends before the buffer goes, however the scene ends.
-    const uint8_t previous = GetDrawingMode();
+    const TQelDrawingMode previous = GetDrawingMode();
     TOnExit leave{[&] {
       if (MakeCurrentQuietly()) {
         GLint mode = GL_RENDER;
@@ -43,7 +42,7 @@ void TQelView::GetSelection(int32_t x, int32_t y, TQelSelectionList& list) {
       SetCurrent(false);
       SetDrawingMode(previous);
     }};
-    SetDrawingMode(kSelecting);
+    SetDrawingMode(dmSelect);
     SetSelectPosition(x, y);
     SetCurrent(true);
     glSelectBuffer(kSelectBufferWords, buffer.data());
@@ -72,7 +71,7 @@ int32_t TQelView::GetObj(int32_t x, int32_t y, TObject*& obj) {
     // Names count up in render order in every frame, so the same scene
     // hands the innermost name to the same object again. Idle: no swap.
     searchedName_ = top->GetNames(top->GetCount() - 1);
-    const uint8_t previous = GetDrawingMode();
+    const TQelDrawingMode previous = GetDrawingMode();
     SetCurrent(true);
     // An empty scissor box: this render clears and draws no pixel, so the
     // picture stays as it was and no time goes into filling it.
@@ -85,7 +84,7 @@ int32_t TQelView::GetObj(int32_t x, int32_t y, TObject*& obj) {
       SetCurrent(false);
       SetDrawingMode(previous);
     }};
-    SetDrawingMode(kIdle);
+    SetDrawingMode(dmIdle);
     RenderScene();
   }
   obj = foundObj_;
