@@ -3,6 +3,7 @@
 #include <GL/gl.h>
 
 #include "qelon/exchange/qeliexchange.h"
+#include "qelon/scene/qelrenderstate.h"
 
 namespace {
 

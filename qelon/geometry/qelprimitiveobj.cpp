@@ -16,7 +16,7 @@
 #include "qelon/exchange/qeliexchange.h"
 #include "qelon/exchange/xmlparser.h"
 #include "qelon/platform/qelbitmap.h"
-#include "qelon/scene/qelglstate.h"
+#include "qelon/scene/qelrenderstate.h"
 
 const char* const TQelStoreModeStr[3] = {"smDefault", "smPoints", "smAll"};
 
@@ -373,10 +373,7 @@ void TQelPrimitiveObj::Init() {
   CalcTexture();
   InitPrimitives();
   inited_ = true;
-  if (OnAfterInit) {
-    QelGLStateFlush();
-    OnAfterInit(this);
-  }
+  if (OnAfterInit) OnAfterInit(this);
 }
 
 void TQelPrimitiveObj::ClearAll() {
@@ -949,20 +946,6 @@ TQelNode* TQelPrimitiveObj::CreateLabelNode(double size, TComponent* AOwner) {
 
 // --- drawing ---------------------------------------------------------------------------
 
-namespace {
-// Renders an appearance component of a primitive array; one of a class the
-// application derived may issue any GL call.
-void RenderAppearance(TQelRender* appearance, TQelCustomView* view) {
-  if (QelGLStateTrusts(appearance)) {
-    appearance->Render(view);
-    return;
-  }
-  QelGLStateFlush();
-  appearance->Render(view);
-  QelGLStateFlush();
-}
-}  // namespace
-
 void TQelPrimitiveObj::PrefetchRender(int stage) const {
   TQelObject::PrefetchRender(stage);
   if (stage == 0) {
@@ -978,8 +961,9 @@ void TQelPrimitiveObj::PrefetchRender(int stage) const {
 }
 
 void TQelPrimitiveObj::DoRender(TQelCustomView* view) {
+  TQelRenderState& state = QelRenderStateOf(view);
   if (!inited_) {
-    if (!IsLibraryClass()) QelGLStateFlush();  // the application's generation steps
+    state.Flush();  // generation raises change events and may be overridden
     Init();
   }
   TQelObject::DoRender(view);
@@ -992,15 +976,15 @@ void TQelPrimitiveObj::DoRender(TQelCustomView* view) {
     // The appearance runs user events; should one free lists, a is gone
     // and the rest of this frame is skipped.
     const uint32_t freed = freedArrays_;
-    if (TQelAttributes* attributes = a->GetAttributes()) RenderAppearance(attributes, view);
+    if (TQelAttributes* attributes = a->GetAttributes()) state.RenderPart(attributes, view);
     if (freed != freedArrays_) break;
-    if (TQelMaterial* material = a->GetMaterial()) RenderAppearance(material, view);
+    if (TQelMaterial* material = a->GetMaterial()) state.RenderPart(material, view);
     if (freed != freedArrays_) break;
     if (a->GetTextured())
-      if (TQelTexture* texture = a->GetTexture()) RenderAppearance(texture, view);
+      if (TQelTexture* texture = a->GetTexture()) state.RenderPart(texture, view);
     if (freed != freedArrays_) break;
     if (a->GetTextured()) {
-      QelGLStateEnableTexture2D();
+      state.SetTexture2D(true);
       if (textureFlags_->GetEnvMapping()) {
         glTexGeni(GL_S, GL_TEXTURE_GEN_MODE, GL_SPHERE_MAP);
         glTexGeni(GL_T, GL_TEXTURE_GEN_MODE, GL_SPHERE_MAP);
@@ -1011,10 +995,9 @@ void TQelPrimitiveObj::DoRender(TQelCustomView* view) {
         glDisable(GL_TEXTURE_GEN_T);
       }
     } else {
-      QelGLStateDisableTexture2D();
+      state.SetTexture2D(false);
     }
     if (names) {
-      QelGLStateFlush();  // the view may be the application's
       glPushName(static_cast<GLuint>(view->GetNextID(this, k)));
       a->ProceedDirectRendering(pointLimit);
       glPopName();

@@ -197,7 +197,6 @@ public:
   // glDrawElements; in views that push pick names, each list under its own
   // name from GetNextID(this, list position).
   void DoRender(TQelCustomView* view) override;
-  void PrefetchRender(int stage) const override;
   void Notification(TComponent* AComponent, TOperation Operation) override;
   // Copies the texture, material, texture flags and Inited, then the store
   // and a copy of every list (ClearAll first, so StoreMode returns to
@@ -215,6 +214,9 @@ public:
   // The object's references reach every list through the setters; lists
   // read from the file keep their own.
   void ReadRef(IQelExchange* exchange) override;
+
+protected:
+  void PrefetchRender(int stage) const override;
 
 private:
   void WirePoints();

@@ -1,6 +1,9 @@
 #include "qelcustomview.h"
 
-TQelCustomView::TQelCustomView(TComponent* AOwner) : TComponent(AOwner) {}
+#include "qelon/scene/qelrenderstate.h"
+
+TQelCustomView::TQelCustomView(TComponent* AOwner)
+    : TComponent(AOwner), renderState_(&TQelRenderState::Shared()) {}
 
 TQelCustomView::~TQelCustomView() { Destroying(); }
 
