@@ -217,8 +217,14 @@ public:
 
 protected:
   void PrefetchRender(int stage) const override;
+  bool CachesContentOnly() const override;
+  void DrawContent(TQelCustomView* view) override;
 
 private:
+  // Applies list a's attributes, material and texture; false when their
+  // events freed lists.
+  bool ApplyAppearance(TQelPrimitiveArray* a, TQelCustomView* view);
+  void DrawArray(int32_t k, TQelCustomView* view);
   void WirePoints();
   void WireTextureFlags();
   void WireArray(TQelPrimitiveArray* array);

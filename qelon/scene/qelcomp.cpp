@@ -238,6 +238,22 @@ void TQelRender::CloseCache() {
   glEndList();
 }
 
+void TQelRender::RenderContent(TQelCustomView* view) {
+  if (!IsMyView(view)) {
+    DrawContent(view);
+  } else if (displayList_ != 0) {
+    glCallList(displayList_);  // content alone: the state stays as it was
+  } else {
+    if (cached_) OpenCache();
+    contentList_ = true;
+    struct EndRecording {
+      TQelRender* render;
+      ~EndRecording() { render->CloseCache(); }
+    } end{this};
+    DrawContent(view);
+  }
+}
+
 void TQelRender::CallCache() {
   if (!view_) return;
   TQelRenderState& state = QelRenderStateOf(view_);
@@ -294,10 +310,13 @@ void TQelRender::Render(TQelCustomView* view) {
     SetView(view);
     displayList_ = 0;
   }
-  if (!IsMyView(view)) {
+  const bool contentOnly = IsMyView(view) && CachesContentOnly();
+  if (displayList_ != 0 && contentOnly != contentList_) ClearCache();  // made the other way
+  if (!IsMyView(view) || contentOnly) {
     DoRender(view);
   } else if (displayList_ == 0) {
     if (cached_) OpenCache();
+    contentList_ = false;
     // The recording ends however DoRender leaves: an open list would
     // swallow all later drawing.
     struct EndRecording {
@@ -326,6 +345,10 @@ void TQelRender::AfterRender(TQelCustomView* view) {
   if (OnAfterRender) OnAfterRender(view);
   glPopMatrix();
 }
+
+void TQelRender::DoRender(TQelCustomView* view) {}
+
+void TQelRender::DoDisable(TQelCustomView* view) {}
 
 void TQelRender::Disable(TQelCustomView* view) { DoDisable(view); }
 

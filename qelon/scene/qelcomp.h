@@ -188,9 +188,12 @@ public:
   // The render protocol and its steps.
   virtual void Render(TQelCustomView* view);
   virtual void BeforeRender(TQelCustomView* view);
-  virtual void DoRender(TQelCustomView* view) {}
+  // The drawing operations are defined out of line (also the empty ones):
+  // an inline copy in an application would not be recognised as the
+  // library's (GetRunsOnlyLibraryCode).
+  virtual void DoRender(TQelCustomView* view);
   virtual void AfterRender(TQelCustomView* view);
-  virtual void DoDisable(TQelCustomView* view) {}
+  virtual void DoDisable(TQelCustomView* view);
   virtual void Disable(TQelCustomView* view);
 
   // vector carried from transformed's frame into this component's frame, as
@@ -225,18 +228,32 @@ protected:
   friend class TQelNode;
   friend class TQelObject;
 
+  // A component whose drawing splits into GL state and content says so
+  // here: its display list then holds the content alone (DrawContent, drawn
+  // by DoRender through RenderContent), and DoRender sets the state around
+  // it on every render, through the render state that knows what is
+  // current. A list holding the state too would set it again for every
+  // component, however little of it changed.
+  virtual bool CachesContentOnly() const { return false; }
+  virtual void DrawContent(TQelCustomView* view) {}
+  // Replays the content list, records it (when cached for view), or draws
+  // the content directly.
+  void RenderContent(TQelCustomView* view);
+
+  bool DrawsWithLibraryCode() const {
+    return drawsWithLibraryCode_ < 0 ? LookUpDrawingCode() : drawsWithLibraryCode_;
+  }
+
 private:
   std::string objectName_;
   bool enabled_ = true;
   TQelCustomView* view_ = nullptr;
   GLuint displayList_ = 0;
   bool recording_ = false;
+  bool contentList_ = false;  // the list holds DrawContent alone
   bool cached_ = false;
   TQelCustomNode* node_ = nullptr;
   bool projectionEnabled_ = false;
-  bool DrawsWithLibraryCode() const {
-    return drawsWithLibraryCode_ < 0 ? LookUpDrawingCode() : drawsWithLibraryCode_;
-  }
   bool LookUpDrawingCode() const;
   mutable int8_t drawsWithLibraryCode_ = -1;  // not yet looked up
   TQelInlinePart<TQelCoordinates> coordinates_;

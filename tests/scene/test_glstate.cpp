@@ -92,6 +92,11 @@ protected:
     return box;
   }
 
+  template <class Box>
+  TQelBox* AddBoxAs(double x) {
+    return AddBox<Box>(x);
+  }
+
   std::unique_ptr<TModeView> view;
   std::unique_ptr<TQelNode> top = std::make_unique<TQelNode>(nullptr);
 };
@@ -234,14 +239,56 @@ TEST_F(GLStateTest, ACachedNodeDrawsWhatItDrewDirectly) {
   ASSERT_NE(top->GetDisplayList(), 0u);
 }
 
-TEST_F(GLStateTest, OnlyTheLibrarysOwnClassesAreTrusted) {
-  TQelBox box(nullptr);
-  TAppBox appBox(nullptr);
-  TQelNode node(nullptr);
-  EXPECT_TRUE(QelGLStateTrusts(&box));
-  EXPECT_TRUE(QelGLStateTrusts(&node));
-  EXPECT_FALSE(QelGLStateTrusts(&appBox));
-  EXPECT_FALSE(QelGLStateTrusts(nullptr));
+// Application boxes: one that overrides no drawing operation, and ones that
+// override one (and still draw as a box does).
+class TDrawingAppBox : public TQelBox {
+public:
+  using TQelBox::TQelBox;
+  void DoRender(TQelCustomView* view) override { TQelBox::DoRender(view); }
+};
+class TBeforeAppBox : public TQelBox {
+public:
+  using TQelBox::TQelBox;
+  void BeforeRender(TQelCustomView* view) override { TQelBox::BeforeRender(view); }
+};
+class TAfterAppBox : public TQelBox {
+public:
+  using TQelBox::TQelBox;
+  void AfterRender(TQelCustomView* view) override { TQelBox::AfterRender(view); }
+};
+
+// Three boxes of one class in a node: a box whose class draws with library
+// code alone leaves its arrays to the next one, so only the last disables
+// the five arrays; every other box disables them itself.
+TEST_F(GLStateTest, ApplicationClassesKeepTheFastPathUnlessTheyOverrideDrawing) {
+  struct Case {
+    const char* name;
+    TQelBox* (GLStateTest::*add)(double);
+    int disables;
+  };
+  const Case cases[] = {
+      {"library box", &GLStateTest::AddBoxAs<TQelBox>, 5},
+      {"application box", &GLStateTest::AddBoxAs<TAppBox>, 5},
+      {"overrides DoRender", &GLStateTest::AddBoxAs<TDrawingAppBox>, 15},
+      {"overrides BeforeRender", &GLStateTest::AddBoxAs<TBeforeAppBox>, 15},
+      {"overrides AfterRender", &GLStateTest::AddBoxAs<TAfterAppBox>, 15},
+  };
+  for (const Case& c : cases) {
+    top = std::make_unique<TQelNode>(nullptr);
+    for (double x : {-2.0, 0.0, 2.0}) (this->*c.add)(x);
+    top->Render(view.get());  // generates the meshes
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    GLRecorder rec;
+    top->Render(view.get());
+    const Strings calls = rec.Calls();
+    int disables = 0;
+    for (const std::string& call : calls) disables += call.starts_with("glDisableClientState");
+    EXPECT_EQ(disables, c.disables) << c.name;
+    EXPECT_EQ(ReadDrawState(), kReset) << c.name;
+    // All three white boxes are drawn.
+    for (int x : {kWidth / 4, kWidth / 2, 3 * kWidth / 4})
+      EXPECT_EQ(ReadPixel(x, kHeight / 2)[1], 255) << c.name << " at " << x;
+  }
 }
 
 }  // namespace
