@@ -7,7 +7,8 @@
 // grid; 256 x 256 offscreen; depth test and lighting on.
 // Modes: dynamic (nothing cached), static (the top node cached; the
 // baseline replays one display list), materials (every box its own
-// material).
+// material), cached (every box cached in its own display list; the
+// baseline replays one list per box, holding that box's geometry).
 //
 // Run bench/run-render-bench.sh for both the normal driver and
 // GALLIUM_NOOP=1 (Mesa does all its GL work but draws nothing, which
@@ -33,8 +34,8 @@
 namespace {
 
 constexpr int kSize = 256;
-enum Mode { kDynamic, kStatic, kMaterials };
-const char* const kModeName[3] = {"dynamic", "static", "materials"};
+enum Mode { kDynamic, kStatic, kMaterials, kCached };
+const char* const kModeName[4] = {"dynamic", "static", "materials", "cached"};
 
 // The grid's placement and a camera distance at which all of it is in view.
 struct Grid {
@@ -88,6 +89,7 @@ public:
       } else {
         box->SetMaterial(shared);
       }
+      box->SetCached(mode == kCached);
       top_->Add(box);
       // Generated now, as the baseline builds its arrays up front: left to
       // the first frame, each mesh's arrays land between the driver's
@@ -158,6 +160,20 @@ public:
       glEndList();
       TQelOffscreenContext::Release();
     }
+    if (mode_ == kCached) {
+      context_.MakeCurrent();
+      glEnableClientState(GL_VERTEX_ARRAY);
+      glEnableClientState(GL_NORMAL_ARRAY);
+      for (Box& b : boxes_) {
+        b.list = glGenLists(1);
+        glNewList(b.list, GL_COMPILE);
+        DrawGeometry(b);
+        glEndList();
+      }
+      glDisableClientState(GL_NORMAL_ARRAY);
+      glDisableClientState(GL_VERTEX_ARRAY);
+      TQelOffscreenContext::Release();
+    }
   }
 
   void Frame() {
@@ -190,7 +206,15 @@ private:
     std::vector<double> vertices, normals;
     std::vector<GLuint> indices;
     GLfloat diffuse[4];
+    GLuint list = 0;
   };
+
+  static void DrawGeometry(const Box& b) {
+    glNormalPointer(GL_DOUBLE, 0, b.normals.data());
+    glVertexPointer(3, GL_DOUBLE, 0, b.vertices.data());
+    glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(b.indices.size()), GL_UNSIGNED_INT,
+                   b.indices.data());
+  }
 
   void DrawBoxes() {
     static const GLfloat kAmbient[4] = {0.2f, 0.2f, 0.2f, 1}, kDiffuse[4] = {0.8f, 0.8f, 0.8f, 1},
@@ -203,6 +227,16 @@ private:
       glMateriali(GL_FRONT_AND_BACK, GL_SHININESS, 0);
     };
     if (mode_ != kMaterials) material(kDiffuse);
+    if (mode_ == kCached) {
+      for (size_t i = 0; i < boxes_.size(); ++i) {
+        glPushMatrix();
+        glTranslatef(static_cast<float>(grid_.positions[i].x),
+                     static_cast<float>(grid_.positions[i].y), 0);
+        glCallList(boxes_[i].list);
+        glPopMatrix();
+      }
+      return;
+    }
     glEnableClientState(GL_VERTEX_ARRAY);
     glEnableClientState(GL_NORMAL_ARRAY);
     for (size_t i = 0; i < boxes_.size(); ++i) {
@@ -211,10 +245,7 @@ private:
       glTranslatef(static_cast<float>(grid_.positions[i].x),
                    static_cast<float>(grid_.positions[i].y), 0);
       if (mode_ == kMaterials) material(b.diffuse);
-      glNormalPointer(GL_DOUBLE, 0, b.normals.data());
-      glVertexPointer(3, GL_DOUBLE, 0, b.vertices.data());
-      glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(b.indices.size()), GL_UNSIGNED_INT,
-                     b.indices.data());
+      DrawGeometry(b);
       glPopMatrix();
     }
     glDisableClientState(GL_NORMAL_ARRAY);
@@ -272,7 +303,7 @@ void BM_Grid(benchmark::State& state) {
 
 void Register() {
   for (int n : {100, 1024, 10000})
-    for (int mode : {kDynamic, kStatic, kMaterials})
+    for (int mode : {kDynamic, kStatic, kMaterials, kCached})
       benchmark::RegisterBenchmark(
           ("grid/" + std::string(kModeName[mode]) + "/" + std::to_string(n)).c_str(), BM_Grid)
           ->Args({n, mode})
@@ -311,7 +342,7 @@ int main(int argc, char** argv) {
   std::printf("%-10s %6s %14s %15s %7s\n", "mode", "N", "library us/obj", "baseline us/obj",
               "ratio");
   for (int n : {100, 1024, 10000})
-    for (int mode : {kDynamic, kStatic, kMaterials}) {
+    for (int mode : {kDynamic, kStatic, kMaterials, kCached}) {
       auto found = collector.results.find("grid/" + std::string(kModeName[mode]) + "/" +
                                           std::to_string(n));
       if (found == collector.results.end()) continue;

@@ -17,7 +17,6 @@
 #include "qelon/scene/qelcustomview.h"
 #include "qelon/scene/qelcomp.h"
 #include "qelon/scene/qelobj.h"
-#include "qelon/scene/qelglstate.h"
 #include "qelon/view/qelcam.h"
 #include "qelon/view/qelview.h"
 #include "qelon/geometry/qelprimclasses.h"

@@ -3,6 +3,7 @@
 #include "qelon/exchange/qeliexchange.h"
 #include "qelon/exchange/xmlparser.h"
 #include "qelon/scene/qelobj.h"
+#include "qelon/scene/qelrenderstate.h"
 
 const char* const TQelPolygonModeStr[3] = {"pmPoint", "pmLine", "pmFill"};
 const char* const TQelCullFaceStr[3] = {"cfNone", "cfFront", "cfBack"};
@@ -18,7 +19,6 @@ const char* const TQelTextureModeStr[8] = {"txStandard", "txLinearX", "txLinearY
                                            "txLinearXY", "txLinearYZ", "txLinearZX", "txSphereZ"};
 
 namespace {
-TQelAttributes* lastRenderedAttributes = nullptr;
 const uint16_t kStipplePatterns[6] = {0x0000, 0xF0F0, 0x5555, 0x7272, 0xEAEA, 0xFFFF};
 
 // Stores value into field and signals a change when it differs.
@@ -39,9 +39,11 @@ unsigned QelQualityToGL(TQelQuality q) {
 }
 
 bool IsLastRenderedAttributes(TQelAttributes* attributes) {
-  return attributes == lastRenderedAttributes;
+  return attributes == TQelRenderState::Shared().lastAttributes;
 }
-void SetLastRenderedAttributes(TQelAttributes* attributes) { lastRenderedAttributes = attributes; }
+void SetLastRenderedAttributes(TQelAttributes* attributes) {
+  TQelRenderState::Shared().lastAttributes = attributes;
+}
 
 // --- TQelAttributes ---------------------------------------------------------
 
@@ -52,7 +54,7 @@ TQelAttributes::TQelAttributes(TComponent* AOwner) : TQelRender(AOwner) {
 }
 
 TQelAttributes::~TQelAttributes() {
-  if (lastRenderedAttributes == this) lastRenderedAttributes = nullptr;
+  if (IsLastRenderedAttributes(this)) SetLastRenderedAttributes(nullptr);
 }
 
 void TQelAttributes::SetAntialiasing(bool v) { Store(this, antialiasing_, v); }
@@ -97,18 +99,19 @@ uint16_t TQelAttributes::GetStipplePattern() const {
 
 void TQelAttributes::Changed() {
   TQelRender::Changed();
-  if (lastRenderedAttributes == this) lastRenderedAttributes = nullptr;
+  if (IsLastRenderedAttributes(this)) SetLastRenderedAttributes(nullptr);
 }
 
 void TQelAttributes::Render(TQelCustomView* view) {
   // Already current, and the protocol around it would only push and pop.
-  if (IsLastRenderedAttributes(this) && GetRendersOnlyContent()) return;
+  if (QelRenderStateOf(view).lastAttributes == this && GetRendersOnlyContent()) return;
   TQelRender::Render(view);
 }
 
 void TQelAttributes::DoRender(TQelCustomView* view) {
-  if (IsLastRenderedAttributes(this)) return;
-  SetLastRenderedAttributes(this);
+  TQelRenderState& state = QelRenderStateOf(view);
+  if (state.lastAttributes == this) return;
+  state.lastAttributes = this;
   TQelRender::DoRender(view);
 
   if (antialiasing_) {

@@ -3,6 +3,7 @@
 #include "qelon/exchange/qeliexchange.h"
 #include "qelon/exchange/xmlparser.h"
 #include "qelon/scene/qelobj.h"
+#include "qelon/scene/qelrenderstate.h"
 
 const char* const TLightIDStr[8] = {"idLight0", "idLight1", "idLight2", "idLight3",
                                     "idLight4", "idLight5", "idLight6", "idLight7"};

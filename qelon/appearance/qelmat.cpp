@@ -3,11 +3,11 @@
 #include "qelon/exchange/qeliexchange.h"
 #include "qelon/exchange/xmlparser.h"
 #include "qelon/scene/qelobj.h"
+#include "qelon/scene/qelrenderstate.h"
 
 const char* const TMaterialFaceStr[3] = {"mfFront", "mfBack", "mfFrontBack"};
 
 namespace {
-TQelMaterial* lastRenderedMaterial = nullptr;
 const TColor kDefaultColors[4] = {0x333333, 0xCCCCCC, 0, 0};
 const GLenum kGLFace[3] = {GL_FRONT, GL_BACK, GL_FRONT_AND_BACK};
 const GLenum kGLPart[4] = {GL_AMBIENT, GL_DIFFUSE, GL_SPECULAR, GL_EMISSION};
@@ -15,8 +15,12 @@ const GLenum kGLPart[4] = {GL_AMBIENT, GL_DIFFUSE, GL_SPECULAR, GL_EMISSION};
 const char* const kPartTags[4] = {"Ambient", "Diffuse", "Specular", "Emission"};
 }  // namespace
 
-bool IsLastRenderedMaterial(TQelMaterial* material) { return material == lastRenderedMaterial; }
-void SetLastRenderedMaterial(TQelMaterial* material) { lastRenderedMaterial = material; }
+bool IsLastRenderedMaterial(TQelMaterial* material) {
+  return material == TQelRenderState::Shared().lastMaterial;
+}
+void SetLastRenderedMaterial(TQelMaterial* material) {
+  TQelRenderState::Shared().lastMaterial = material;
+}
 
 TQelMaterial::TQelMaterial(TComponent* AOwner) : TQelRender(AOwner) {
   for (int i = 0; i < 4; ++i) {
@@ -27,7 +31,7 @@ TQelMaterial::TQelMaterial(TComponent* AOwner) : TQelRender(AOwner) {
 }
 
 TQelMaterial::~TQelMaterial() {
-  if (lastRenderedMaterial == this) lastRenderedMaterial = nullptr;
+  if (IsLastRenderedMaterial(this)) SetLastRenderedMaterial(nullptr);
 }
 
 void TQelMaterial::SetFace(TMaterialFace value) {
@@ -57,14 +61,15 @@ void TQelMaterial::SetShininess(int32_t value) {
 
 void TQelMaterial::Render(TQelCustomView* view) {
   // Already current, and the protocol around it would only push and pop.
-  if (IsLastRenderedMaterial(this) && GetRendersOnlyContent()) return;
+  if (QelRenderStateOf(view).lastMaterial == this && GetRendersOnlyContent()) return;
   TQelRender::Render(view);
 }
 
 void TQelMaterial::DoRender(TQelCustomView* view) {
-  if (IsLastRenderedMaterial(this)) return;
+  TQelRenderState& state = QelRenderStateOf(view);
+  if (state.lastMaterial == this) return;
   TQelRender::DoRender(view);
-  SetLastRenderedMaterial(this);
+  state.lastMaterial = this;
   const GLenum face = kGLFace[face_];
   for (int i = 0; i < 4; ++i) {
     float rgba[4];

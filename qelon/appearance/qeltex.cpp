@@ -7,22 +7,17 @@
 #include <cstring>
 #include <filesystem>
 
-#include "qelon/appearance/qelappearancecache.h"
 #include "qelon/exchange/qeliexchange.h"
 #include "qelon/exchange/xmlparser.h"
 #include "qelon/platform/qelerror.h"
-#include "qelon/scene/qelglstate.h"
 #include "qelon/scene/qelobj.h"
+#include "qelon/scene/qelrenderstate.h"
 
 const char* const TQelTexModeStr[4] = {"tmModulate", "tmDecal", "tmBlend", "tmReplace"};
 const char* const TQelTexFilterStr[4] = {"tfMagFilter", "tfMinFilter", "tfMipMapFilter",
                                          "tfMipMapping"};
 
 namespace {
-std::vector<TQelTexture*> textureList;  // least recently used first
-int maxTexture = 4;
-unsigned generatedCount = 0;
-bool frameStarted = false;
 
 // 255 * a rounded half to even, as a byte.
 uint32_t AlphaByte(double a) {
@@ -37,12 +32,14 @@ bool FileExists(const std::string& path) {
 
 // --- cache ----------------------------------------------------------------
 
+// The texture objects live in the render state that every view shares.
+
 GLuint AddTexture(TQelTexture* t) {
   if (!t) return 0;
-  if (static_cast<int>(textureList.size()) >= maxTexture && !textureList.empty())
-    DeleteTexture(textureList.front());
-  textureList.push_back(t);
-  ++generatedCount;
+  TQelRenderState& state = TQelRenderState::Shared();
+  if (static_cast<int>(state.textures.size()) >= state.maxTextures && !state.textures.empty())
+    DeleteTexture(state.textures.front());
+  state.textures.push_back(t);
   GLuint id = 0;
   glGenTextures(1, &id);
   return id;
@@ -50,41 +47,46 @@ GLuint AddTexture(TQelTexture* t) {
 
 void DeleteTexture(TQelTexture* t) {
   if (!t) return;
-  auto it = std::find(textureList.begin(), textureList.end(), t);
-  if (it != textureList.end()) textureList.erase(it);
+  std::vector<TQelTexture*>& textures = TQelRenderState::Shared().textures;
+  auto it = std::find(textures.begin(), textures.end(), t);
+  if (it != textures.end()) textures.erase(it);
   if (t->textureID_ != 0) glDeleteTextures(1, &t->textureID_);
   t->textureID_ = 0;
   t->needsUpload_ = true;
 }
 
 void SetLastRenderedTex(TQelTexture* t) {
-  auto it = std::find(textureList.begin(), textureList.end(), t);
-  if (it != textureList.end()) std::rotate(it, it + 1, textureList.end());
+  std::vector<TQelTexture*>& textures = TQelRenderState::Shared().textures;
+  auto it = std::find(textures.begin(), textures.end(), t);
+  if (it != textures.end()) std::rotate(it, it + 1, textures.end());
 }
 
 bool IsLastRenderedTex(TQelTexture* t) {
-  const bool last = frameStarted && !textureList.empty() && textureList.back() == t;
-  frameStarted = true;
+  TQelRenderState& state = TQelRenderState::Shared();
+  const bool last =
+      state.textureFrameStarted && !state.textures.empty() && state.textures.back() == t;
+  state.textureFrameStarted = true;
   return last;
 }
 
-void RedrawTextures() { frameStarted = false; }
+void RedrawTextures() { TQelRenderState::Shared().textureFrameStarted = false; }
 
 void InvalidateTextures() {
-  for (TQelTexture* t : textureList) t->Invalidate();
+  for (TQelTexture* t : TQelRenderState::Shared().textures) t->Invalidate();
 }
 
 int SetMaxTexture(int n) {
-  if (n < maxTexture) {
-    if (n < 1) return maxTexture;
-    while (static_cast<int>(textureList.size()) > n) DeleteTexture(textureList.front());
+  TQelRenderState& state = TQelRenderState::Shared();
+  if (n < state.maxTextures) {
+    if (n < 1) return state.maxTextures;
+    while (static_cast<int>(state.textures.size()) > n) DeleteTexture(state.textures.front());
   }
-  maxTexture = n;
-  return maxTexture;
+  state.maxTextures = n;
+  return state.maxTextures;
 }
 
-int GetMaxTexture() { return maxTexture; }
-const std::vector<TQelTexture*>& GetTextureList() { return textureList; }
+int GetMaxTexture() { return TQelRenderState::Shared().maxTextures; }
+const std::vector<TQelTexture*>& GetTextureList() { return TQelRenderState::Shared().textures; }
 
 // --- TQelTexture --------------------------------------------------------------
 
@@ -298,14 +300,18 @@ void TQelTexture::DoRender(TQelCustomView* view) {
   // second render of a texture in a frame is skipped even right after an
   // upload.
   const bool current = IsLastRenderedTex(this);
-  if (current && !dirty_ && !QelAppearanceRecording()) return;
+  TQelRenderState& state = QelRenderStateOf(view);
+  if (current && !dirty_ && !state.Recording()) return;
   if (!bitmap_ || bitmap_->GetEmpty() || bitmap_->GetHeight() <= 0 || bitmap_->GetWidth() <= 0)
     return;
-  if (!IsValidSize(bitmap_->GetHeight()) || !IsValidSize(bitmap_->GetWidth())) ScaleBitmap(view);
+  if (!IsValidSize(bitmap_->GetHeight()) || !IsValidSize(bitmap_->GetWidth())) {
+    state.Flush();  // scaling tells the bitmap's change handlers
+    ScaleBitmap(view);
+  }
   if (textureID_ == 0) textureID_ = AddTexture(this);
 
   SetLastRenderedTex(this);
-  QelGLStateEnableTexture2D();
+  state.SetTexture2D(true);
   glBindTexture(GL_TEXTURE_2D, textureID_);
   InitTexture();
 
@@ -341,7 +347,7 @@ void TQelTexture::DoRender(TQelCustomView* view) {
 
 void TQelTexture::DoDisable(TQelCustomView* view) {
   TQelRender::DoDisable(view);
-  QelGLStateDisableTexture2D();
+  QelRenderStateOf(view).SetTexture2D(false);
 }
 
 void TQelTexture::Assign(TPersistent* Source) {

@@ -1,4 +1,5 @@
 #include "qelbox.h"
+#include "qelon/geometry/qelshaperegistry.h"
 
 #include <GL/gl.h>
 

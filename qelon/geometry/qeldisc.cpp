@@ -1,4 +1,5 @@
 #include "qeldisc.h"
+#include "qelon/geometry/qelshaperegistry.h"
 
 #include <GL/gl.h>
 

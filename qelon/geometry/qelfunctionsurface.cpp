@@ -1,4 +1,5 @@
 #include "qelfunctionsurface.h"
+#include "qelon/geometry/qelshaperegistry.h"
 
 #include <GL/gl.h>
 

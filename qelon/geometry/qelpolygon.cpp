@@ -1,4 +1,5 @@
 #include "qelpolygon.h"
+#include "qelon/geometry/qelshaperegistry.h"
 
 #include <GL/gl.h>
 #include <GL/glu.h>

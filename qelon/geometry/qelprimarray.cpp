@@ -19,7 +19,7 @@
 #include "qelon/exchange/qelvaluetext.h"
 #include "qelon/exchange/xmlparser.h"
 #include "qelon/platform/qelerror.h"
-#include "qelon/scene/qelglstate.h"
+#include "qelon/scene/qelrenderstate.h"
 
 using qelprim::Reallocate;
 

@@ -14,7 +14,7 @@
 #include "qelon/exchange/qeliexchange.h"
 #include "qelon/exchange/xmlparser.h"
 #include "qelon/platform/qelbitmap.h"
-#include "qelon/scene/qelglstate.h"
+#include "qelon/scene/qelrenderstate.h"
 
 const char* const TQelStoreModeStr[3] = {"smDefault", "smPoints", "smAll"};
 
@@ -168,10 +168,7 @@ void TQelPrimitiveObj::Init() {
   CalcTexture();
   InitPrimitives();
   inited_ = true;
-  if (OnAfterInit) {
-    QelGLStateFlush();
-    OnAfterInit(this);
-  }
+  if (OnAfterInit) OnAfterInit(this);
 }
 
 void TQelPrimitiveObj::ClearAll() {
@@ -377,20 +374,6 @@ TQelNode* TQelPrimitiveObj::CreateLabelNode(double size, TComponent* AOwner) {
 
 // --- drawing ---------------------------------------------------------------------------
 
-namespace {
-// Renders an appearance component of a primitive array; one of a class the
-// application derived may issue any GL call.
-void RenderAppearance(TQelRender* appearance, TQelCustomView* view) {
-  if (QelGLStateTrusts(appearance)) {
-    appearance->Render(view);
-    return;
-  }
-  QelGLStateFlush();
-  appearance->Render(view);
-  QelGLStateFlush();
-}
-}  // namespace
-
 void TQelPrimitiveObj::PrefetchRender(int stage) const {
   TQelObject::PrefetchRender(stage);
   if (stage == 0) {
@@ -405,49 +388,87 @@ void TQelPrimitiveObj::PrefetchRender(int stage) const {
   }
 }
 
+bool TQelPrimitiveObj::ApplyAppearance(TQelPrimitiveArray* a, TQelCustomView* view) {
+  // The appearance runs user events; should one free lists, a is gone and
+  // the rest of this frame is skipped.
+  TQelRenderState& state = QelRenderStateOf(view);
+  const uint32_t freed = freedArrays_;
+  if (TQelAttributes* attributes = a->GetAttributes()) state.RenderPart(attributes, view);
+  if (freed != freedArrays_) return false;
+  if (TQelMaterial* material = a->GetMaterial()) state.RenderPart(material, view);
+  if (freed != freedArrays_) return false;
+  if (a->GetTextured())
+    if (TQelTexture* texture = a->GetTexture()) state.RenderPart(texture, view);
+  if (freed != freedArrays_) return false;
+  if (a->GetTextured()) {
+    state.SetTexture2D(true);
+    if (textureFlags_->GetEnvMapping()) {
+      glTexGeni(GL_S, GL_TEXTURE_GEN_MODE, GL_SPHERE_MAP);
+      glTexGeni(GL_T, GL_TEXTURE_GEN_MODE, GL_SPHERE_MAP);
+      glEnable(GL_TEXTURE_GEN_S);
+      glEnable(GL_TEXTURE_GEN_T);
+    } else {
+      glDisable(GL_TEXTURE_GEN_S);
+      glDisable(GL_TEXTURE_GEN_T);
+    }
+  } else {
+    state.SetTexture2D(false);
+  }
+  return true;
+}
+
+void TQelPrimitiveObj::DrawArray(int32_t k, TQelCustomView* view) {
+  TQelPrimitiveArray* a = arrays_[static_cast<size_t>(k)];
+  const int32_t pointLimit = points_->GetSize();
+  if (view && view->GetPushNames()) {
+    glPushName(static_cast<GLuint>(view->GetNextID(this, k)));
+    a->ProceedDirectRendering(pointLimit);
+    glPopName();
+  } else {
+    a->ProceedDirectRendering(pointLimit);
+  }
+}
+
+bool TQelPrimitiveObj::CachesContentOnly() const {
+  // One appearance for every enabled list: applied once, outside the list.
+  // Classes of the application keep all their drawing inside.
+  if (!DrawsWithLibraryCode()) return false;
+  const TQelPrimitiveArray* first = nullptr;
+  for (const TQelPrimitiveArray* a : arrays_) {
+    if (!a->GetEnabled()) continue;
+    if (!first)
+      first = a;
+    else if (a->GetAttributes() != first->GetAttributes() ||
+             a->GetMaterial() != first->GetMaterial() ||
+             a->GetTextured() != first->GetTextured() || a->GetTexture() != first->GetTexture())
+      return false;
+  }
+  return true;
+}
+
+void TQelPrimitiveObj::DrawContent(TQelCustomView* view) {
+  for (int32_t k = 0; k < GetPrimitiveCount(); ++k)
+    if (arrays_[static_cast<size_t>(k)]->GetEnabled()) DrawArray(k, view);
+}
+
 void TQelPrimitiveObj::DoRender(TQelCustomView* view) {
   if (!inited_) {
-    if (!IsLibraryClass()) QelGLStateFlush();  // the application's generation steps
+    QelRenderStateOf(view).Flush();  // generation raises change events and may be overridden
     Init();
   }
   TQelObject::DoRender(view);
   points_->BeforeRender(view);
-  const bool names = view && view->GetPushNames();
-  const int32_t pointLimit = points_->GetSize();
-  for (int32_t k = 0; k < GetPrimitiveCount(); ++k) {
-    TQelPrimitiveArray* a = arrays_[static_cast<size_t>(k)];
-    if (!a->GetEnabled()) continue;
-    // The appearance runs user events; should one free lists, a is gone
-    // and the rest of this frame is skipped.
-    const uint32_t freed = freedArrays_;
-    if (TQelAttributes* attributes = a->GetAttributes()) RenderAppearance(attributes, view);
-    if (freed != freedArrays_) break;
-    if (TQelMaterial* material = a->GetMaterial()) RenderAppearance(material, view);
-    if (freed != freedArrays_) break;
-    if (a->GetTextured())
-      if (TQelTexture* texture = a->GetTexture()) RenderAppearance(texture, view);
-    if (freed != freedArrays_) break;
-    if (a->GetTextured()) {
-      QelGLStateEnableTexture2D();
-      if (textureFlags_->GetEnvMapping()) {
-        glTexGeni(GL_S, GL_TEXTURE_GEN_MODE, GL_SPHERE_MAP);
-        glTexGeni(GL_T, GL_TEXTURE_GEN_MODE, GL_SPHERE_MAP);
-        glEnable(GL_TEXTURE_GEN_S);
-        glEnable(GL_TEXTURE_GEN_T);
-      } else {
-        glDisable(GL_TEXTURE_GEN_S);
-        glDisable(GL_TEXTURE_GEN_T);
-      }
-    } else {
-      QelGLStateDisableTexture2D();
-    }
-    if (names) {
-      QelGLStateFlush();  // the view may be the application's
-      glPushName(static_cast<GLuint>(view->GetNextID(this, k)));
-      a->ProceedDirectRendering(pointLimit);
-      glPopName();
-    } else {
-      a->ProceedDirectRendering(pointLimit);
+  if (IsMyView(view) && CachesContentOnly()) {
+    // The display list holds the draws; the state is set here every time.
+    auto enabled = std::find_if(arrays_.begin(), arrays_.end(),
+                                [](const TQelPrimitiveArray* a) { return a->GetEnabled(); });
+    if (enabled == arrays_.end() || ApplyAppearance(*enabled, view)) RenderContent(view);
+  } else {
+    for (int32_t k = 0; k < GetPrimitiveCount(); ++k) {
+      TQelPrimitiveArray* a = arrays_[static_cast<size_t>(k)];
+      if (!a->GetEnabled()) continue;
+      if (!ApplyAppearance(a, view)) break;
+      DrawArray(k, view);
     }
   }
   points_->AfterRender(view);

@@ -191,7 +191,6 @@ public:
   // glDrawElements; in views that push pick names, each list under its own
   // name from GetNextID(this, list position).
   void DoRender(TQelCustomView* view) override;
-  void PrefetchRender(int stage) const override;
   void Notification(TComponent* AComponent, TOperation Operation) override;
   // Copies the texture, material, texture flags and Inited, then the store
   // and a copy of every list (ClearAll first, so StoreMode returns to
@@ -210,7 +209,16 @@ public:
   // read from the file keep their own.
   void ReadRef(IQelExchange* exchange) override;
 
+protected:
+  void PrefetchRender(int stage) const override;
+  bool CachesContentOnly() const override;
+  void DrawContent(TQelCustomView* view) override;
+
 private:
+  // Applies list a's attributes, material and texture; false when their
+  // events freed lists.
+  bool ApplyAppearance(TQelPrimitiveArray* a, TQelCustomView* view);
+  void DrawArray(int32_t k, TQelCustomView* view);
   void WirePoints();
   void WireTextureFlags();
   void WireArray(TQelPrimitiveArray* array);

@@ -19,7 +19,7 @@
 #include "qelon/exchange/qelvaluetext.h"
 #include "qelon/exchange/xmlparser.h"
 #include "qelon/platform/qelerror.h"
-#include "qelon/scene/qelglstate.h"
+#include "qelon/scene/qelrenderstate.h"
 
 using namespace qelprim;
 
@@ -329,30 +329,31 @@ void TQelPrimitivePoints::MovePoints(double dx, double dy, double dz) {
 }
 
 void TQelPrimitivePoints::BeforeRender(TQelCustomView* view) {
+  TQelRenderState& state = QelRenderStateOf(view);
   if (Uses(daNormal)) {
-    QelGLStateEnableArray(GL_NORMAL_ARRAY);
+    state.EnableArray(GL_NORMAL_ARRAY);
     glNormalPointer(GL_DOUBLE, 0, normal_.data());
   }
   if (Uses(daTexture)) {
-    QelGLStateEnableTexture2D();
-    QelGLStateEnableArray(GL_TEXTURE_COORD_ARRAY);
+    state.SetTexture2D(true);
+    state.EnableArray(GL_TEXTURE_COORD_ARRAY);
     glTexCoordPointer(3, GL_DOUBLE, 0, texture_.data());
   } else {
-    QelGLStateDisableTexture2D();
+    state.SetTexture2D(false);
   }
   if (Uses(daColor)) {
-    QelGLStateEnableArray(GL_COLOR_ARRAY);
+    state.EnableArray(GL_COLOR_ARRAY);
     glColorPointer(4, GL_FLOAT, 0, color_.data());
   }
   if (Uses(daEdgeFlag)) {
-    QelGLStateEnableArray(GL_EDGE_FLAG_ARRAY);
+    state.EnableArray(GL_EDGE_FLAG_ARRAY);
     glEdgeFlagPointer(0, edgeFlag_.data());
   }
   if (Uses(daVertex)) {
-    QelGLStateEnableArray(GL_VERTEX_ARRAY);
+    state.EnableArray(GL_VERTEX_ARRAY);
     glVertexPointer(3, GL_DOUBLE, 0, vertex_.data());
   }
-  QelGLStateArraysEnabled();
+  state.ArraysEnabled();
 }
 
 void TQelPrimitivePoints::PrefetchArrays() const {
@@ -364,8 +365,10 @@ void TQelPrimitivePoints::PrefetchArrays() const {
 }
 
 // Disables all five client arrays and resets the edge flag; between two
-// meshes of one node the GL state module holds this back for the next one.
-void TQelPrimitivePoints::AfterRender(TQelCustomView* view) { QelGLStateDisableArrays(); }
+// meshes of one node the render state holds this back for the next one.
+void TQelPrimitivePoints::AfterRender(TQelCustomView* view) {
+  QelRenderStateOf(view).DisableArrays();
+}
 
 // Copies the array sets and appends the source's points. Existing points
 // below the source's Size stay in front of them. Values are copied exactly.

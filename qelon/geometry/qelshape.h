@@ -108,9 +108,3 @@ constexpr TQelShapeParam QelStacksParam(double def, double min) { return {"Stack
 std::string QelPointListToText(const TQelPointList& points);
 bool QelPointListFromText(const std::string& text, TQelPointList& points);
 
-// Registers the shape classes when the library loads:
-// `const TQelRegisterShapes<TQelSphere> registered;` in the shape's file.
-template <class... Shapes>
-struct TQelRegisterShapes {
-  TQelRegisterShapes() { (RegisterLibraryRenderClass<Shapes>(), ...); }
-};

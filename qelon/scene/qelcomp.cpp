@@ -5,29 +5,15 @@
 #include "qelon/exchange/qeliexchange.h"
 #include "qelon/exchange/xmlparser.h"
 #include "qelon/platform/qelerror.h"
-#include "qelon/scene/qelglstate.h"
+#include "qelon/scene/qelrenderstate.h"
 #include "qelon/view/qelcam.h"
 
 // --- TQelComponent ----------------------------------------------------------
 
 TQelComponent::TQelComponent(TComponent* AOwner) : TComponent(AOwner) {}
 
-namespace {
-// Whether handler is the change link into a library component, whose
-// SubChange only passes the change on. Any other handler is the
-// application's, which may issue GL calls.
-bool IsLibraryLink(const TNotifyEvent& handler) {
-  auto* link = handler.target<TQelTransformed::TSubChangeLink>();
-  if (!link || link->life.expired()) return false;
-  auto* render = dynamic_cast<TQelRender*>(link->target);
-  return render && render->IsLibraryClass();
-}
-}  // namespace
-
 void TQelComponent::Changed() {
-  if (!OnChange) return;
-  if (!IsLibraryLink(OnChange)) QelGLStateFlush();
-  OnChange(this);
+  if (OnChange) OnChange(this);
 }
 
 void TQelComponent::Assign(TPersistent* Source) {
@@ -132,7 +118,6 @@ void TQelCoordinates::DrawAxes(float sign) {
 void TQelCoordinates::Render() {
   TQelRenderProperty::Render();
   if (!visible_) return;
-  QelGLStateFlush();
   glPushAttrib(GL_ALL_ATTRIB_BITS);
   glDisable(GL_LIGHTING);
   glDisable(GL_BLEND);
@@ -148,13 +133,6 @@ void TQelCoordinates::Render() {
 }
 
 // --- TQelRender -------------------------------------------------------------
-
-namespace {
-// Lists being recorded right now. GL cannot record a list inside another, so
-// a cached component met while an enclosing list records draws into that
-// recording and makes its own list another time.
-int openRecordings = 0;
-}  // namespace
 
 TQelRender::TQelRender(TComponent* AOwner) : TQelTransformed(AOwner) {
   coordinates_->OnChange = SubChangeHandler();
@@ -232,24 +210,21 @@ void TQelRender::SetView(TQelCustomView* view) {
   if (view) FreeNotification(view);
 }
 
-namespace {
-std::vector<void (*)()>& ListReplayHooks() {
-  static std::vector<void (*)()> hooks;
-  return hooks;
-}
-}  // namespace
-
 void TQelRender::OpenCache() {
-  if (!view_ || openRecordings > 0) return;
+  // GL cannot record a list inside another: a cached component met while an
+  // enclosing list records draws into that recording and makes its own list
+  // another time.
+  if (!view_) return;
+  TQelRenderState& state = QelRenderStateOf(view_);
+  if (state.Recording()) return;
   ClearCache();
-  // The list must not rely on state set before it: state caches forget.
-  QelGLStateFlush();
-  for (void (*reset)() : ListReplayHooks()) reset();
+  // The list must not rely on state set before it: the state forgets.
+  state.ForgetAppearance();
   displayList_ = glGenLists(1);
   glNewList(displayList_, GL_COMPILE_AND_EXECUTE);
   if (!glIsList(displayList_)) displayList_ = 0;
   recording_ = displayList_ != 0;
-  if (recording_) ++openRecordings;
+  if (recording_) ++state.recordings;
 }
 
 void TQelRender::CloseCache() {
@@ -257,24 +232,36 @@ void TQelRender::CloseCache() {
   // or the cached flag changed in between.
   if (!recording_) return;
   recording_ = false;
-  --openRecordings;
-  QelGLStateFlush();  // what is held back belongs into the list
+  TQelRenderState& state = QelRenderStateOf(view_);
+  --state.recordings;
+  state.Flush();  // what is held back belongs into the list
   glEndList();
+}
+
+void TQelRender::RenderContent(TQelCustomView* view) {
+  if (!IsMyView(view)) {
+    DrawContent(view);
+  } else if (displayList_ != 0) {
+    glCallList(displayList_);  // content alone: the state stays as it was
+  } else {
+    if (cached_) OpenCache();
+    contentList_ = true;
+    struct EndRecording {
+      TQelRender* render;
+      ~EndRecording() { render->CloseCache(); }
+    } end{this};
+    DrawContent(view);
+  }
 }
 
 void TQelRender::CallCache() {
   if (!view_) return;
-  QelGLStateFlush();
+  TQelRenderState& state = QelRenderStateOf(view_);
+  state.Flush();
   glCallList(displayList_);
-  QelGLStateFlush();
-  // The list may have changed state that the appearance caches believe
-  // current; they forget it.
-  for (void (*reset)() : ListReplayHooks()) reset();
+  // The list may have changed state that the state believes current.
+  state.ForgetAppearance();
 }
-
-bool QelRecordingDisplayList() { return openRecordings > 0; }
-
-void QelOnDisplayListBoundary(void (*reset)()) { ListReplayHooks().push_back(reset); }
 
 void TQelRender::ClearCache() {
   if (!view_ || displayList_ == 0) return;
@@ -293,9 +280,9 @@ void TQelRender::ClearCache() {
   if (madeCurrent) view_->SetCurrent(false);
 }
 
-bool TQelRender::LookUpLibraryClass() const {
-  libraryClass_ = QelGLStateTrustsType(typeid(*this)) ? 1 : 0;
-  return libraryClass_;
+bool TQelRender::LookUpDrawingCode() const {
+  drawsWithLibraryCode_ = QelDrawsWithLibraryCode(const_cast<TQelRender*>(this)) ? 1 : 0;
+  return drawsWithLibraryCode_;
 }
 
 bool TQelRender::GetRendersOnlyContent() const {
@@ -308,21 +295,28 @@ void TQelRender::PrefetchRender(int stage) const {
 }
 
 void TQelRender::Render(TQelCustomView* view) {
-  TQelGLStateRenderScope scope;
+  TQelRenderState& state = QelRenderStateOf(view);
+  TQelRenderState::TRenderScope scope(state);
   if (!enabled_) {
     DoDisable(view);
     return;
   }
   BeforeRender(view);
-  coordinates_->Render();
+  if (coordinates_->GetVisible()) {
+    state.Flush();  // the axes draw in colours of their own
+    coordinates_->Render();
+  }
   if (!view_ && cached_) {
     SetView(view);
     displayList_ = 0;
   }
-  if (!IsMyView(view)) {
+  const bool contentOnly = IsMyView(view) && CachesContentOnly();
+  if (displayList_ != 0 && contentOnly != contentList_) ClearCache();  // made the other way
+  if (!IsMyView(view) || contentOnly) {
     DoRender(view);
   } else if (displayList_ == 0) {
     if (cached_) OpenCache();
+    contentList_ = false;
     // The recording ends however DoRender leaves: an open list would
     // swallow all later drawing.
     struct EndRecording {
@@ -339,25 +333,22 @@ void TQelRender::Render(TQelCustomView* view) {
 void TQelRender::BeforeRender(TQelCustomView* view) {
   glPushMatrix();
   if (OnTransform) {
-    QelGLStateFlush();
     OnTransform(this);
   } else {
     transformation_->Execute();
   }
   if (projectionMatrix_) projectionMatrix_->PickGLModelviewMatrix();
-  if (OnBeforeRender) {
-    QelGLStateFlush();
-    OnBeforeRender(view);
-  }
+  if (OnBeforeRender) OnBeforeRender(view);
 }
 
 void TQelRender::AfterRender(TQelCustomView* view) {
-  if (OnAfterRender) {
-    QelGLStateFlush();
-    OnAfterRender(view);
-  }
+  if (OnAfterRender) OnAfterRender(view);
   glPopMatrix();
 }
+
+void TQelRender::DoRender(TQelCustomView* view) {}
+
+void TQelRender::DoDisable(TQelCustomView* view) {}
 
 void TQelRender::Disable(TQelCustomView* view) { DoDisable(view); }
 

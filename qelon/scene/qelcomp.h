@@ -29,13 +29,6 @@ inline void QelPrefetch(const void* p, size_t bytes) {
   for (size_t offset = 0; p && offset < bytes; offset += 64) __builtin_prefetch(c + offset);
 }
 
-// Whether a display list is being recorded now (recordings do not nest).
-bool QelRecordingDisplayList();
-// Registers a function run when a display list starts recording and after
-// every replay: caches of GL state forget what they believe is current, so
-// a list sets all the state it needs and nothing trusts state a list left.
-void QelOnDisplayListBoundary(void (*reset)());
-
 // A component that reports its own changes through OnChange. A node installs
 // its SubChange here, so OnChange is also the upward link of change
 // notification in a scene tree.
@@ -181,24 +174,26 @@ public:
   // projection matrix. Appearance that is already current then skips the
   // protocol, which would only push and pop the matrix.
   bool GetRendersOnlyContent() const;
-  // Whether this object's class is one of the library's own, whose render
-  // code keeps the GL state module informed (see qelglstate.h).
-  bool IsLibraryClass() const { return libraryClass_ < 0 ? LookUpLibraryClass() : libraryClass_; }
-
-  // Prefetches the memory Render will read besides this object itself, in
-  // stages: stage 0 the blocks this object points to, each later stage what
-  // the blocks loaded by the stage before point to (up to kPrefetchStages).
-  // A node walks its items a few steps ahead of drawing them, so that a long
-  // list does not wait for memory one piece at a time.
-  static constexpr int kPrefetchStages = 3;
-  virtual void PrefetchRender(int stage) const;
+  // Whether rendering this component into view runs the library's code
+  // alone: no render events, no drawing operation overridden by a class of
+  // the application, no pick names (the view's GetNextID raises OnNextID).
+  // The library remembers GL state across such components only; around any
+  // other it issues everything literally, so the application's code sees
+  // the state that each component's own calls leave.
+  bool GetRunsOnlyLibraryCode(TQelCustomView* view) const {
+    return !OnTransform && !OnBeforeRender && !OnAfterRender && !HasApplicationEvents() &&
+           !(view && view->GetPushNames()) && DrawsWithLibraryCode();
+  }
 
   // The render protocol and its steps.
   virtual void Render(TQelCustomView* view);
   virtual void BeforeRender(TQelCustomView* view);
-  virtual void DoRender(TQelCustomView* view) {}
+  // The drawing operations are defined out of line (also the empty ones):
+  // an inline copy in an application would not be recognised as the
+  // library's (GetRunsOnlyLibraryCode).
+  virtual void DoRender(TQelCustomView* view);
   virtual void AfterRender(TQelCustomView* view);
-  virtual void DoDisable(TQelCustomView* view) {}
+  virtual void DoDisable(TQelCustomView* view);
   virtual void Disable(TQelCustomView* view);
 
   // vector carried from transformed's frame into this component's frame, as
@@ -218,17 +213,49 @@ public:
   void ReadValues(IQelExchange* exchange, TXMLTag* tag) override;
   TPersistent* ReadComp(IQelExchange* exchange, TXMLTag* tag) override;
 
+protected:
+  // Whether a subclass has events of its own set (beside OnTransform,
+  // OnBeforeRender and OnAfterRender) that its render raises.
+  virtual bool HasApplicationEvents() const { return false; }
+
+  // Prefetches the memory Render will read besides this object itself, in
+  // stages: stage 0 the blocks this object points to, each later stage what
+  // the blocks loaded by the stage before point to (up to kPrefetchStages).
+  // A node walks its items a few steps ahead of drawing them, so that a long
+  // list does not wait for memory one piece at a time.
+  static constexpr int kPrefetchStages = 3;
+  virtual void PrefetchRender(int stage) const;
+  friend class TQelNode;
+  friend class TQelObject;
+
+  // A component whose drawing splits into GL state and content says so
+  // here: its display list then holds the content alone (DrawContent, drawn
+  // by DoRender through RenderContent), and DoRender sets the state around
+  // it on every render, through the render state that knows what is
+  // current. A list holding the state too would set it again for every
+  // component, however little of it changed.
+  virtual bool CachesContentOnly() const { return false; }
+  virtual void DrawContent(TQelCustomView* view) {}
+  // Replays the content list, records it (when cached for view), or draws
+  // the content directly.
+  void RenderContent(TQelCustomView* view);
+
+  bool DrawsWithLibraryCode() const {
+    return drawsWithLibraryCode_ < 0 ? LookUpDrawingCode() : drawsWithLibraryCode_;
+  }
+
 private:
   std::string objectName_;
   bool enabled_ = true;
   TQelCustomView* view_ = nullptr;
   GLuint displayList_ = 0;
   bool recording_ = false;
+  bool contentList_ = false;  // the list holds DrawContent alone
   bool cached_ = false;
   TQelCustomNode* node_ = nullptr;
   bool projectionEnabled_ = false;
-  bool LookUpLibraryClass() const;
-  mutable int8_t libraryClass_ = -1;  // not yet looked up
+  bool LookUpDrawingCode() const;
+  mutable int8_t drawsWithLibraryCode_ = -1;  // not yet looked up
   TQelInlinePart<TQelCoordinates> coordinates_;
 };
 

@@ -1,9 +1,12 @@
 #include "qelcustomview.h"
 
+#include "qelon/scene/qelrenderstate.h"
+
 const char* const TQelDrawingModeStr[5] = {"dmIdle", "dmPaint", "dmBitmap", "dmSelect",
                                            "dmPointQuery"};
 
-TQelCustomView::TQelCustomView(TComponent* AOwner) : TComponent(AOwner) {}
+TQelCustomView::TQelCustomView(TComponent* AOwner)
+    : TComponent(AOwner), renderState_(&TQelRenderState::Shared()) {}
 
 TQelCustomView::~TQelCustomView() { Destroying(); }
 

@@ -8,6 +8,7 @@
 #include "qelon/platform/qelcomponent.h"
 
 class TQelCamera;
+class TQelRenderState;
 
 // Raised for every pick name handed out: the object that receives the name
 // and the number it passed along.
@@ -47,6 +48,10 @@ public:
   virtual bool GetCurrent() const { return false; }
   virtual void SetCurrent(bool value) {}
 
+  // What the library's render code remembers about the GL state of this
+  // view's context; views that share display lists share one.
+  TQelRenderState& GetRenderState() const { return *renderState_; }
+
   // The camera the view projects through, or none.
   virtual TQelCamera* GetCamera() const { return nullptr; }
 
@@ -80,6 +85,7 @@ protected:
   }
 
 private:
+  TQelRenderState* renderState_;
   TQelDrawingMode drawingMode_ = dmIdle;
   int32_t nextID_ = 0;
   int32_t clientWidth_ = 0, clientHeight_ = 0;

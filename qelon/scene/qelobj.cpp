@@ -12,7 +12,7 @@
 #include "qelon/exchange/qeliexchange.h"
 #include "qelon/exchange/xmlparser.h"
 #include "qelon/platform/qelerror.h"
-#include "qelon/scene/qelglstate.h"
+#include "qelon/scene/qelrenderstate.h"
 
 // --- render-class registry ---------------------------------------------------
 
@@ -210,22 +210,27 @@ int32_t TQelNode::CountAllItems(bool onlyEnabled) const {
 }
 
 void TQelNode::RenderItems(TQelCustomView* view) {
+  TQelRenderState& state = QelRenderStateOf(view);
   const int32_t count = GetCount();
+  auto own = [&](int32_t i) {
+    return i < count && entries_[i].item && entries_[i].item->GetRunsOnlyLibraryCode(view);
+  };
+  bool itemOwn = own(0);
   for (int32_t i = 0; i < count; ++i) {
     TQelRender* item = entries_[i].item;
-    if (!item) continue;
-    // The object itself furthest ahead, then stage by stage what it points to.
-    constexpr int stages = TQelRender::kPrefetchStages;
-    if (i + stages + 1 < count) QelPrefetch(entries_[i + stages + 1].item, 640);
-    for (int stage = 0; stage < stages; ++stage)
-      if (TQelRender* ahead = i + stages - stage < count ? entries_[i + stages - stage].item : nullptr)
-        ahead->PrefetchRender(stage);
-    const bool trusted = QelGLStateTrusts(item);
-    if (!trusted) QelGLStateFlush();  // code of the application follows
-    // An item followed by another library item may leave it its client
-    // arrays; the last one resets them.
-    TQelGLStateKeep keep(trusted && i + 1 < count && QelGLStateTrusts(entries_[i + 1].item));
-    item->Render(view);
+    const bool nextOwn = own(i + 1);
+    if (item) {
+      // The object itself furthest ahead, then stage by stage what it points to.
+      constexpr int stages = TQelRender::kPrefetchStages;
+      if (i + stages + 1 < count) QelPrefetch(entries_[i + stages + 1].item, 640);
+      for (int stage = 0; stage < stages; ++stage)
+        if (TQelRender* ahead = i + stages - stage < count ? entries_[i + stages - stage].item : nullptr)
+          ahead->PrefetchRender(stage);
+      // An item followed by another that runs library code alone may leave
+      // it its client arrays; the last one resets them.
+      state.RenderItem(item, view, itemOwn, itemOwn && nextOwn);
+    }
+    itemOwn = nextOwn;
   }
 }
 
@@ -303,7 +308,6 @@ void TQelNode::SubChange(TObject* Sender) {
 
 void TQelNode::DoRender(TQelCustomView* view) {
   if (OnRender) {
-    QelGLStateFlush();
     OnRender(view);
   } else {
     RenderItems(view);
@@ -393,16 +397,13 @@ void TQelObject::PrefetchRender(int stage) const {
 
 void TQelObject::BeforeRender(TQelCustomView* view) {
   TQelRender::BeforeRender(view);
-  if (PushesNames(view)) {
-    QelGLStateFlush();  // the view may be the application's
-    glPushName(view->GetNextID(this, -1));
-  }
+  if (PushesNames(view)) glPushName(view->GetNextID(this, -1));
 }
 
 void TQelObject::DoRender(TQelCustomView* view) {
   float color[4];
   color_->GetParams(color);
-  QelGLStateColor(color);
+  QelRenderStateOf(view).SetColor(color);
   if (colorAsMaterial_ == cmNone) return;
   static const GLenum modes[6] = {0, GL_AMBIENT, GL_DIFFUSE, GL_SPECULAR, GL_EMISSION,
                                   GL_AMBIENT_AND_DIFFUSE};

@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "qelon/scene/qelcomp.h"
-#include "qelon/scene/qelglstate.h"
 
 class TQelNode;
 class TQelAnchor;
@@ -53,13 +52,6 @@ TQelRenderClass QelClassOf() {
 // Registers AClass under its name. Names compare ignoring case; a name
 // registered twice raises "This class was already registered.".
 void RegisterRenderClass(TQelRenderClass AClass);
-// Registers one of the library's own classes: by name, and as a class whose
-// render code the GL state module trusts (qelglstate.h).
-template <class T>
-void RegisterLibraryRenderClass() {
-  RegisterRenderClass(QelClassOf<T>());
-  QelGLStateTrustClass(typeid(T));
-}
 // The class registered under name (any letter case), or null.
 TQelRenderClass GetRenderClass(const std::string& name);
 using TQelRenderClassList = std::vector<std::pair<std::string, TQelRenderClass>>;
@@ -141,6 +133,10 @@ public:
   void DoRender(TQelCustomView* view) override;
   void Notification(TComponent* AComponent, TOperation Operation) override;
 
+protected:
+  bool HasApplicationEvents() const override { return static_cast<bool>(OnRender); }
+
+public:
   // The node's own values, then each enabled item under its class name in
   // upper case, then the anchor ("Anchor") when it holds anything.
   void WriteValues(IQelExchange* exchange) override;
@@ -211,7 +207,6 @@ public:
   // owner is loading).
   void SetName(const std::string& NewName) override;
 
-  void PrefetchRender(int stage) const override;
   void BeforeRender(TQelCustomView* view) override;
   void DoRender(TQelCustomView* view) override;
   void AfterRender(TQelCustomView* view) override;
@@ -226,6 +221,8 @@ public:
   void ReadRef(IQelExchange* exchange) override;
 
 protected:
+  void PrefetchRender(int stage) const override;
+
   // The stored references, not owned, cleared when the component dies. The
   // geometry classes' accessors store through these (every appearance class
   // is a render component) and cast back where the types are complete.

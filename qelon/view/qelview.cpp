@@ -12,6 +12,7 @@
 #include "qelon/interaction/qelcntrl.h"
 #include "qelon/platform/qelbitmap.h"
 #include "qelon/platform/qelerror.h"
+#include "qelon/scene/qelrenderstate.h"
 
 const char* const TQelBufferTypeFlagStr[3] = {"btColor", "btDepth", "btStencil"};
 const char* const TQelDrawValueStr[6] = {"dvRed",   "dvBlue",  "dvGreen",
@@ -319,9 +320,7 @@ void TQelView::RenderScene() {
   if (camera_) camera_->Render(this);
   ResetNextID();
   // The first object of every frame applies its appearance in full.
-  RedrawTextures();
-  SetLastRenderedAttributes(nullptr);
-  SetLastRenderedMaterial(nullptr);
+  GetRenderState().ForgetAppearance();
   RenderSceneGL();
   const TQelDrawingMode mode = GetDrawingMode();
   // Also with a single buffer: the window system shows what was drawn.
@@ -542,8 +541,7 @@ bool TQelView::GetImage(TBitmap& bitmap) {
   SetDrawingMode(dmBitmap);
   // A new context: textures upload again, appearance is applied in full.
   InvalidateTextures();
-  SetLastRenderedAttributes(nullptr);
-  SetLastRenderedMaterial(nullptr);
+  GetRenderState().ForgetAppearance();
   memoryDC_ = ws_->CreateMemoryDC(width, height);
   if (!memoryDC_) throw EQelError(SQelGetDCFailed);
   SetPixelFormat(memoryDC_);

@@ -4,7 +4,7 @@
 #include "scenetest.h"
 
 #include <qelon/qelon.h>
-#include "qelon/appearance/qelappearancecache.h"
+#include "qelon/scene/qelrenderstate.h"
 
 namespace {
 
@@ -27,7 +27,7 @@ protected:
     view.reset();
     QelGLTest::TearDown();
   }
-  void NewFrame() { QelForgetAppearanceState(); }  // what the view does per frame
+  void NewFrame() { view->GetRenderState().ForgetAppearance(); }  // what the view does per frame
   static float Diffuse(int i) {
     GLfloat d[4];
     glGetMaterialfv(GL_FRONT, GL_DIFFUSE, d);

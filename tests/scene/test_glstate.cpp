@@ -7,6 +7,7 @@
 #include <qelon/qelon.h>
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <string>
 #include <vector>
@@ -54,11 +55,28 @@ public:
   std::vector<DrawState> seen;
 };
 
-// An application's box: its class is not the library's.
+// Application boxes: one that overrides no drawing operation, and ones that
+// override one (and still draw as a box does).
 class TAppBox : public TQelBox {
 public:
   using TQelBox::TQelBox;
 };
+class TDrawingAppBox : public TQelBox {
+public:
+  using TQelBox::TQelBox;
+  void DoRender(TQelCustomView* view) override { TQelBox::DoRender(view); }
+};
+class TBeforeAppBox : public TQelBox {
+public:
+  using TQelBox::TQelBox;
+  void BeforeRender(TQelCustomView* view) override { TQelBox::BeforeRender(view); }
+};
+class TAfterAppBox : public TQelBox {
+public:
+  using TQelBox::TQelBox;
+  void AfterRender(TQelCustomView* view) override { TQelBox::AfterRender(view); }
+};
+
 
 class GLStateTest : public QelGLTest {
 protected:
@@ -90,6 +108,11 @@ protected:
     box->GetTransformation()->GetTranslation()->SetValues(x, 0, 0);
     top->Add(box);
     return box;
+  }
+
+  template <class Box>
+  TQelBox* AddBoxAs(double x) {
+    return AddBox<Box>(x);
   }
 
   std::unique_ptr<TModeView> view;
@@ -151,7 +174,7 @@ TEST_F(GLStateTest, CodeOfTheApplicationBetweenBoxesSeesEverythingReset) {
   box->OnBeforeRender = [&](TQelCustomView*) { inEvents.push_back(ReadDrawState()); };
   TQelBox* beforeApp = AddBox(2);
   beforeApp->OnAfterRender = [&](TQelCustomView*) { inEvents.push_back(ReadDrawState()); };
-  AddBox<TAppBox>(3);
+  AddBox<TDrawingAppBox>(3);
   for (int frame = 0; frame < 2; ++frame) top->Render(view.get());
   ASSERT_EQ(probe->seen.size(), 2u);
   for (const DrawState& s : probe->seen) EXPECT_EQ(s, kReset);
@@ -160,7 +183,8 @@ TEST_F(GLStateTest, CodeOfTheApplicationBetweenBoxesSeesEverythingReset) {
   // After its draw, inside its protocol, a mesh has reset its arrays.
   EXPECT_EQ(inEvents[1], kReset);
 
-  // The application's box follows the library's: nothing is held back for it.
+  // A box whose class overrides DoRender follows the library's: nothing is
+  // held back for it.
   beforeApp->OnAfterRender = nullptr;
   top->Render(view.get());
   GLRecorder rec;
@@ -235,14 +259,89 @@ TEST_F(GLStateTest, ACachedNodeDrawsWhatItDrewDirectly) {
   ASSERT_NE(top->GetDisplayList(), 0u);
 }
 
-TEST_F(GLStateTest, OnlyTheLibrarysOwnClassesAreTrusted) {
-  TQelBox box(nullptr);
-  TAppBox appBox(nullptr);
-  TQelNode node(nullptr);
-  EXPECT_TRUE(QelGLStateTrusts(&box));
-  EXPECT_TRUE(QelGLStateTrusts(&node));
-  EXPECT_FALSE(QelGLStateTrusts(&appBox));
-  EXPECT_FALSE(QelGLStateTrusts(nullptr));
+// Boxes each cached in its own list draw, when their lists are recorded and
+// when they replay, what they drew uncached: with one material for all, a
+// material each, and a box whose two index lists have different materials.
+TEST_F(GLStateTest, BoxesCachedOneByOneDrawWhatTheyDrewDirectly) {
+  enum Materials { kShared, kOwn, kPerList };
+  for (Materials kind : {kShared, kOwn, kPerList}) {
+    top = std::make_unique<TQelNode>(nullptr);
+    TComponent owner(nullptr);
+    auto* attributes = new TQelAttributes(&owner);
+    attributes->SetLighting(true);
+    auto* light = new TQelLight(top.get());
+    light->SetKind(lkDirection);
+    light->GetDirection()->SetValues(0.3, 0.4, 1);
+    top->Add(light);
+    auto* shared = new TQelMaterial(&owner);
+    const TColor colors[3] = {0x0000FF, 0x00FF00, 0xFF0000};
+    std::vector<TQelBox*> boxes;
+    for (int i = 0; i < 3; ++i) {
+      TQelBox* box = AddBox(-2.0 + 2 * i);
+      box->SetAttributes(attributes);
+      box->GetTransformation()->GetRotation()->SetValues(20, 30, 0);
+      auto* own = new TQelMaterial(&owner);
+      own->GetColorDiffuse()->SetColor(colors[i]);
+      box->SetMaterial(kind == kOwn ? own : shared);
+      box->Init();
+      if (kind == kPerList) {  // a second list over the first, in the box's own colour
+        TQelPrimitiveArray* first = box->GetPrimitive(0);
+        TQelPrimitiveArray* second = box->GetPrimitive(box->AddPrimitiveArray(GL_TRIANGLES));
+        for (int32_t k = 0; k < first->GetCount(); ++k) second->AddIndex(first->GetIndexArray()[k]);
+        second->SetMaterial(own);
+      }
+      boxes.push_back(box);
+    }
+    auto pixels = [&] {
+      glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+      top->Render(view.get());
+      std::vector<std::array<uint8_t, 4>> row;
+      for (int x = 4; x < kWidth; x += 8) row.push_back(ReadPixel(x, kHeight / 2));
+      return row;
+    };
+    const auto direct = pixels();
+    for (TQelBox* box : boxes) box->SetCached(true);
+    for (int frame = 0; frame < 2; ++frame) {  // records, then replays
+      EXPECT_EQ(pixels(), direct) << "materials " << kind << ", frame " << frame;
+      EXPECT_EQ(ReadDrawState(), kReset);
+    }
+    for (TQelBox* box : boxes) EXPECT_NE(box->GetDisplayList(), 0u);
+    top.reset();  // the boxes go before their appearance
+  }
+}
+
+// Three boxes of one class in a node: a box whose class draws with library
+// code alone leaves its arrays to the next one, so only the last disables
+// the five arrays; every other box disables them itself.
+TEST_F(GLStateTest, ApplicationClassesKeepTheFastPathUnlessTheyOverrideDrawing) {
+  struct Case {
+    const char* name;
+    TQelBox* (GLStateTest::*add)(double);
+    int disables;
+  };
+  const Case cases[] = {
+      {"library box", &GLStateTest::AddBoxAs<TQelBox>, 5},
+      {"application box", &GLStateTest::AddBoxAs<TAppBox>, 5},
+      {"overrides DoRender", &GLStateTest::AddBoxAs<TDrawingAppBox>, 15},
+      {"overrides BeforeRender", &GLStateTest::AddBoxAs<TBeforeAppBox>, 15},
+      {"overrides AfterRender", &GLStateTest::AddBoxAs<TAfterAppBox>, 15},
+  };
+  for (const Case& c : cases) {
+    top = std::make_unique<TQelNode>(nullptr);
+    for (double x : {-2.0, 0.0, 2.0}) (this->*c.add)(x);
+    top->Render(view.get());  // generates the meshes
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    GLRecorder rec;
+    top->Render(view.get());
+    const Strings calls = rec.Calls();
+    int disables = 0;
+    for (const std::string& call : calls) disables += call.starts_with("glDisableClientState");
+    EXPECT_EQ(disables, c.disables) << c.name;
+    EXPECT_EQ(ReadDrawState(), kReset) << c.name;
+    // All three white boxes are drawn.
+    for (int x : {kWidth / 4, kWidth / 2, 3 * kWidth / 4})
+      EXPECT_EQ(ReadPixel(x, kHeight / 2)[1], 255) << c.name << " at " << x;
+  }
 }
 
 }  // namespace
