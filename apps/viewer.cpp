@@ -1,6 +1,7 @@
 #include "viewer.h"
 
 #include <chrono>
+#include <initializer_list>
 #include <cstdio>
 
 #include "demoscene.h"
@@ -86,7 +87,7 @@ private:
     a->SetAction(caTurnUp, "MouseLeftY");
     a->SetAction(caMoveLeft, "(None)");
     a->SetAction(caMoveRight, "MouseRightX");
-    for (TQelCustomController* c : {static_cast<TQelCustomController*>(person_), car_, turntable_}) {
+    for (TQelCustomController* c : std::initializer_list<TQelCustomController*>{person_, car_, turntable_}) {
       c->SetControlled(&camera_);
       c->SetStepLength(c->GetStepLength() * scale_ * 2);
     }
